@@ -1,0 +1,29 @@
+# What every target is compiled with.
+
+# Warnings are errors, in everything that is ours.
+add_library(halvorix_warnings INTERFACE)
+target_compile_options(halvorix_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+    # A PowerPC Mac's plain char is signed, a PowerPC Linux's is not.
+    -fsigned-char)
+target_include_directories(halvorix_warnings INTERFACE ${PROJECT_SOURCE_DIR})
+
+# The product: nothing throws, and what it calls of Apple's comes from the system or from its stand-ins.
+add_library(halvorix_product INTERFACE)
+target_compile_options(halvorix_product INTERFACE -fno-exceptions)
+target_link_libraries(halvorix_product INTERFACE halvorix_warnings Threads::Threads)
+if(APPLE)
+    target_link_libraries(halvorix_product INTERFACE
+        "-framework CoreFoundation" "-framework CoreServices" "-framework IOKit" "-framework DiskArbitration")
+    # A daemon that starts with the system must not hang on the compiler's folder.
+    target_link_libraries(halvorix_product INTERFACE -static-libgcc -static-libstdc++)
+else()
+    target_link_libraries(halvorix_product INTERFACE platform)
+endif()
+
+# Everything that is linked into one test program must be built alike.
+set(HALVORIX_SANITIZE "" CACHE STRING "sanitizers for everything, as in -fsanitize=")
+if(HALVORIX_SANITIZE)
+    add_compile_options(-fsanitize=${HALVORIX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${HALVORIX_SANITIZE})
+endif()
