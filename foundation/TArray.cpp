@@ -1,7 +1,6 @@
 #include "foundation/TArray.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 #include <new>
 
@@ -21,11 +20,6 @@ void* TArray::ElementAtIndex(unsigned long index) const
 
 bool TArray::AddElement(const void* record)
 {
-    // What memory could never hold would wrap below, and a small block be taken for a large one.
-    const std::size_t largest = fElementSize != 0 ? PTRDIFF_MAX / fElementSize : UINT32_MAX;
-    if (fCount >= largest)
-        return false;
-
     const std::size_t used = static_cast<std::size_t>(fCount) * fElementSize;
     UInt8* const block = new (std::nothrow) UInt8[used + fElementSize];
     if (block == nullptr)
@@ -67,11 +61,9 @@ void TArray::DeleteElementAtIndex(unsigned long index)
         block = new (std::nothrow) UInt8[before + after];
         if (block == nullptr)
             return;
-    }
-    if (before != 0)
         memcpy(block, fData, before);
-    if (after != 0)
         memcpy(block + before, fData + before + fElementSize, after);
+    }
     delete[] fData;
     fData = block;
     --fCount;

@@ -58,9 +58,10 @@ bool TArg::RequiredArgs()
 // Offers the word at `index` to every descriptor. Returns whether one claimed it.
 static bool OfferArg(short& remaining, short& index, char** argv, char** lowered)
 {
-    for (TArgIterator iterator(&TArg::gArgList); iterator.CurrentNode() != nullptr; iterator.NextNode())
+    for (TArgIterator iterator(&TArg::gArgList); iterator.CurrentNode() != nullptr; iterator.NextNode()) {
         if (iterator.ReturnArg()->ProcessArg(remaining, index, argv, lowered))
             return true;
+    }
     return false;
 }
 
@@ -70,10 +71,11 @@ bool TArg::ParseArgs(short& remaining, char** argv, char** lowered)
         return remaining == 0;
 
     short index = 1;
-    while (remaining != 0)
+    while (remaining != 0) {
         if (!OfferArg(remaining, index, argv, lowered)) {
             printf("### Unrecognized argument: %s.\n", argv[index]);
             return false;
         }
+    }
     return RequiredArgs();
 }

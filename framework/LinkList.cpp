@@ -9,13 +9,25 @@ void TListNode::DeleteData()
     ::operator delete(fData);
 }
 
+// Destroys this node and all behind it.
+static void DestroyNodes(TListNode* node)
+{
+    while (node != nullptr) {
+        TListNode* const next = node->fNext;
+        delete node;
+        node = next;
+    }
+}
+
+// The position of an iterator that came to this node from the given position.
+static short PositionOn(const TListNode* node, short previous)
+{
+    return node != nullptr ? static_cast<short>(previous + 1) : short(0);
+}
+
 TLinkList::~TLinkList()
 {
-    while (fHead != nullptr) {
-        TListNode* const node = fHead;
-        fHead = node->fNext;
-        delete node;
-    }
+    DestroyNodes(fHead);
 }
 
 void TLinkList::DeleteListData()
@@ -111,11 +123,7 @@ short TLinkList::ReturnNodeNumber(const void* data) const
 
 TDoubleLinkList::~TDoubleLinkList()
 {
-    while (fHead != nullptr) {
-        TDoubleListNode* const node = fHead;
-        fHead = static_cast<TDoubleListNode*>(node->fNext);
-        delete node;
-    }
+    DestroyNodes(fHead);
 }
 
 void TDoubleLinkList::Prepend(TDoubleListNode* node)
@@ -124,10 +132,11 @@ void TDoubleLinkList::Prepend(TDoubleListNode* node)
         return;
     node->fNext = fHead;
     node->fPrevious = nullptr;
-    if (fHead != nullptr)
+    if (fHead != nullptr) {
         fHead->fPrevious = node;
-    else
+    } else {
         fTail = node;
+    }
     fHead = node;
 }
 
@@ -137,10 +146,11 @@ void TDoubleLinkList::Append(TDoubleListNode* node)
         return;
     node->fNext = nullptr;
     node->fPrevious = fTail;
-    if (fTail != nullptr)
+    if (fTail != nullptr) {
         fTail->fNext = node;
-    else
+    } else {
         fHead = node;
+    }
     fTail = node;
 }
 
@@ -157,14 +167,16 @@ void TDoubleLinkList::UnlinkNode(TDoubleListNode* node)
     if (!Contains(node))
         return;
     TDoubleListNode* const next = static_cast<TDoubleListNode*>(node->fNext);
-    if (node->fPrevious != nullptr)
+    if (node->fPrevious != nullptr) {
         node->fPrevious->fNext = next;
-    else
+    } else {
         fHead = next;
-    if (next != nullptr)
+    }
+    if (next != nullptr) {
         next->fPrevious = node->fPrevious;
-    else
+    } else {
         fTail = node->fPrevious;
+    }
 }
 
 TListNode* TDoubleLinkList::ReturnNthNodeFromRear(short n) const
@@ -197,17 +209,14 @@ TIterator::TIterator(TLinkList* list) : fCurrent(nullptr), fList(list), fPositio
 void TIterator::Reset()
 {
     fCurrent = fList->fHead;
-    fPosition = fCurrent != nullptr;
+    fPosition = PositionOn(fCurrent, 0);
 }
 
 TListNode* TIterator::NextNode()
 {
     if (fCurrent != nullptr)
         fCurrent = fCurrent->fNext;
-    if (fCurrent != nullptr)
-        ++fPosition;
-    else
-        fPosition = 0;
+    fPosition = PositionOn(fCurrent, fPosition);
     return fCurrent;
 }
 
@@ -231,17 +240,14 @@ TDoubleIterator::TDoubleIterator(TDoubleLinkList* list, unsigned char forward)
 void TDoubleIterator::Reset()
 {
     fCurrent = fForward != 0 ? fList->fHead : fList->fTail;
-    fPosition = fCurrent != nullptr;
+    fPosition = PositionOn(fCurrent, 0);
 }
 
 TListNode* TDoubleIterator::NextNode()
 {
     if (fCurrent != nullptr)
         fCurrent = fForward != 0 ? static_cast<TDoubleListNode*>(fCurrent->fNext) : fCurrent->fPrevious;
-    if (fCurrent != nullptr)
-        ++fPosition;
-    else
-        fPosition = 0;
+    fPosition = PositionOn(fCurrent, fPosition);
     return fCurrent;
 }
 

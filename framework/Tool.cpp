@@ -93,10 +93,11 @@ void TTool::ShowHelp()
 void TTool::HandleError(short err)
 {
     if (fHelpRequested == 0) {
-        if (err == kStatusParameterError)
+        if (err == kStatusParameterError) {
             fputs("### Syntax error in command line.\n", stdout);
-        else
+        } else {
             printf("### Tool execution stopped. Error #: %d.\n", err);
+        }
     }
     ShowHelp();
 }

@@ -251,13 +251,3 @@ TEST_F(RecordArray, RecordsOfNoBytesAreCounted)
     EXPECT_EQ(1u, counter.Count());
     EXPECT_EQ(nullptr, LayoutOf(counter).data);
 }
-
-// A product that wrapped would be a small block for a huge record.
-TEST_F(RecordArray, RecordsThatNoMemoryCouldHoldAreRefused)
-{
-    const TFault fault("operator new[] nothrow", {0, 0}, 1, 100);
-    TArray huge(0xFFFFFFFFul);
-
-    EXPECT_FALSE(huge.AddElement("never read"));
-    EXPECT_EQ(0u, huge.Count());
-}

@@ -671,14 +671,14 @@ TEST_F(DoubleLinkedList, AnUnlinkedNodeIsNotDestroyed)
 
 TEST_F(DoubleLinkedList, ANodeOfNoListIsNotUnlinked)
 {
-    Fill("AB");
+    Fill("ABC");
     TDoubleNamed stranger('X');
-    stranger.fNext = nodes[1];
+    stranger.fNext = nodes[2];
     stranger.fPrevious = nodes[0];
 
     list->UnlinkNode(&stranger);
     list->UnlinkNode(nullptr);
-    EXPECT_EQ("AB/BA", Order());
+    EXPECT_EQ("ABC/CBA", Order());
 }
 
 TEST_F(DoubleLinkedList, DestroyingAListDestroysItsNodesAndNotTheirData)
