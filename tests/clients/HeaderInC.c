@@ -1,0 +1,1 @@
+#include "tests/clients/HeaderLayout.inc"
