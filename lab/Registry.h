@@ -1,0 +1,74 @@
+// The I/O Registry's file as a tree that can be searched and changed.
+
+#ifndef HALVORIX_LAB_REGISTRY_H
+#define HALVORIX_LAB_REGISTRY_H
+
+#include "platform/PropertyList.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace lab {
+
+// An entry and where it hangs. Pointers hold until the tree is changed.
+struct TFoundEntry
+{
+    plist::TValue* entry = nullptr;    // null when nothing was found
+    plist::TValue* parent = nullptr;   // null for the root
+    std::size_t index = 0;             // among the parent's children
+};
+
+class TRegistry
+{
+public:
+    // machine  the machine's folder. Whoever saves holds the machine's lock from before this on.
+    explicit TRegistry(const std::string& machine);
+
+    // Empty, or one line that says why the registry could not be read.
+    const std::string& Error() const { return fError; }
+
+    plist::TValue& Root() { return fRoot; }
+
+    // The first entry, parents before their children, for which the condition holds.
+    TFoundEntry Find(const std::function<bool(const plist::TValue&)>& condition);
+    TFoundEntry FindClass(const std::string& className);
+    TFoundEntry FindMedium(const std::string& bsdName);
+
+    // The BSD names of all media, in the registry's order.
+    std::vector<std::string> MediumNames();
+
+    // Adds the entry as the parent's last child. It and those below it receive identifiers that were never used.
+    void Add(plist::TValue* parent, plist::TValue entry);
+    static void Remove(const TFoundEntry& found);
+
+    // Writes the tree and the next identifier. Returns an empty text, or one line that says what failed.
+    std::string Save() const;
+
+private:
+    void GiveIdentifiers(plist::TValue* entry);
+
+    std::string fFolder;
+    plist::TValue fRoot;
+    std::string fError;
+    long long fNextIdentifier = 0;
+};
+
+// What an entry holds under a key, as text; empty when there is none or it is no text.
+std::string TextOf(const plist::TValue& entry, const std::string& key);
+// Likewise, as a number or a truth; 0 and false when there is none.
+long long NumberOf(const plist::TValue& entry, const std::string& key);
+bool TruthOf(const plist::TValue& entry, const std::string& key);
+
+// The entry's children, which may be none.
+const std::vector<plist::TValue>& ChildrenOf(const plist::TValue& entry);
+
+// An entry of this class and name, with nothing more in it.
+plist::TValue MakeEntry(const std::string& className, const std::string& name);
+
+// Reads a property list file. Returns an empty text, or one line that says what is wrong with it.
+std::string ReadPropertyList(const std::string& path, plist::TValue* value);
+
+}   // namespace lab
+
+#endif
