@@ -1,0 +1,198 @@
+#include "platform/DriverClient.h"
+
+#include "platform/MachineFolder.h"
+#include "platform/Registry.h"
+
+#include <IOKit/IOKitLib.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <string>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+namespace {
+
+enum
+{
+    kBeginSession = 0,
+    kEndSession = 1,
+    kSetTimeZone = 18,
+    kFetchEvent = 21
+};
+
+constexpr std::size_t kRecordSize = 128;
+
+// A line of driver/queue.
+constexpr std::size_t kLineSize = 266;
+constexpr std::size_t kTypeColumn = 0;
+constexpr std::size_t kFlagColumn = 12;
+constexpr std::size_t kNameColumn = 23;
+constexpr std::size_t kHeadColumn = 56;
+constexpr std::size_t kPayloadColumn = 73;
+
+void Log(const std::string& what)
+{
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    char when[48];
+    snprintf(when, sizeof when, "%lld.%06ld %d ", static_cast<long long>(now.tv_sec), now.tv_nsec / 1000,
+             static_cast<int>(getpid()));
+    AppendLine("driver/calls", when + what);
+}
+
+// What a file that makes the driver refuse says, if it is there.
+bool IsRefused(const char* file, kern_return_t* status)
+{
+    long long number = kIOReturnError;
+    if (!ReadNumber(file, &number))
+        return false;
+    *status = static_cast<kern_return_t>(number);
+    return true;
+}
+
+// Holds the machine's lock.
+class TMachineLock
+{
+public:
+    TMachineLock() : fFile(open(MachinePath("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644))
+    {
+        // Closing the file gives the lock back.
+        while (fFile && flock(fFile.Get(), LOCK_EX) != 0 && errno == EINTR) {
+        }
+    }
+
+private:
+    const TDescriptor fFile;
+};
+
+bool ReadDigits(const char* digits, unsigned char* bytes, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i) {
+        char pair[3] = {digits[2 * i], digits[2 * i + 1], 0};
+        char* end = nullptr;
+        bytes[i] = static_cast<unsigned char>(strtoul(pair, &end, 16));
+        if (end != pair + 2)
+            return false;
+    }
+    return true;
+}
+
+// Makes the record of a line in this host's byte order. lastOne: no record waits behind it.
+bool MakeRecord(const std::string& line, bool lastOne, unsigned char* record)
+{
+    const auto type = static_cast<std::int32_t>(strtol(line.c_str() + kTypeColumn, nullptr, 10));
+    const char* const flagText = line.c_str() + kFlagColumn;
+    const auto flag = strncmp(flagText, "auto", 4) == 0 ? static_cast<std::uint32_t>(lastOne)
+                                                        : static_cast<std::uint32_t>(strtoul(flagText, nullptr, 10));
+    memcpy(record, &flag, sizeof flag);
+    memcpy(record + 12, &type, sizeof type);
+    return ReadDigits(line.c_str() + kHeadColumn, record + 4, 8) &&
+           ReadDigits(line.c_str() + kPayloadColumn, record + 16, 96) &&
+           ReadDigits(line.c_str() + kNameColumn, record + 112, 16);
+}
+
+// Takes the oldest record that was not fetched yet, under the lock so that no two callers get the same.
+kern_return_t FetchRecord(unsigned char* record)
+{
+    memset(record, 0, kRecordSize);
+    const TMachineLock hold;
+    const TDescriptor queue(open(MachinePath("driver/queue").c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat info = {};
+    if (queue && fstat(queue.Get(), &info) != 0)
+        return kIOReturnError;
+
+    // What is left of a line that its writer did not finish does not count.
+    const long long posted = info.st_size / static_cast<long long>(kLineSize);
+    long long head = 0;
+    ReadNumber("driver/queue-head", &head);
+    if (head >= posted) {
+        const std::uint32_t empty = 1;
+        memcpy(record, &empty, sizeof empty);
+        return kIOReturnSuccess;
+    }
+
+    std::string line(kLineSize, '\0');
+    const auto offset = static_cast<off_t>(head) * static_cast<off_t>(kLineSize);
+    if (pread(queue.Get(), line.data(), kLineSize, offset) != static_cast<ssize_t>(kLineSize) ||
+        !MakeRecord(line, head + 1 == posted, record))
+        return kIOReturnError;
+    return ReplaceFile("driver/queue-head", std::to_string(head + 1) + "\n") ? kIOReturnSuccess : kIOReturnError;
+}
+
+// Whether the method exists and takes structures of these sizes.
+bool TakesSizes(std::uint32_t selector, std::size_t input, std::size_t output)
+{
+    switch (selector) {
+    case kBeginSession:
+    case kEndSession:
+        return input == 0 && output == 0;
+    case kSetTimeZone:
+        return input == 4 && output == 0;
+    case kFetchEvent:
+        return input == 4 && output == kRecordSize;
+    default:
+        return false;
+    }
+}
+
+kern_return_t Refuse(std::uint32_t selector, kern_return_t status)
+{
+    Log("refused " + std::to_string(selector) + " " + std::to_string(status));
+    return status;
+}
+
+}   // namespace
+
+bool IsDriverLoaded(std::uint64_t identifier)
+{
+    const TEntry* const entry = TRegistry::Current()->Find(identifier);
+    return entry != nullptr && entry->className == kDriverClass;
+}
+
+kern_return_t OpenDriver(std::uint32_t type, bool* opened)
+{
+    kern_return_t status = kIOReturnBadArgument;
+    *opened = type == 0 && !IsRefused("driver/refuse-open", &status);
+    if (*opened)
+        status = kIOReturnSuccess;
+    Log(*opened ? "open" : "open-refused " + std::to_string(status));
+    return status;
+}
+
+void CloseDriver()
+{
+    Log("close");
+}
+
+kern_return_t CallDriver(std::uint32_t selector, const void* input, std::size_t inputSize, void* output,
+                         IOByteCount* outputSize)
+{
+    kern_return_t status = kIOReturnSuccess;
+    if (IsRefused("driver/refuse-methods", &status))
+        return Refuse(selector, status);
+    if (outputSize == nullptr || !TakesSizes(selector, inputSize, *outputSize))
+        return Refuse(selector, kIOReturnBadArgument);
+
+    std::string what = "method " + std::to_string(selector);
+    if (selector == kSetTimeZone) {
+        std::int32_t offset = 0;
+        memcpy(&offset, input, sizeof offset);
+        what += " " + std::to_string(offset);
+    } else if (selector == kFetchEvent) {
+        std::uint32_t flag = 0;
+        memcpy(&flag, input, sizeof flag);
+        what += " " + std::to_string(flag);
+        status = FetchRecord(static_cast<unsigned char*>(output));
+    }
+    Log(what);
+    return status;
+}
+
+}   // namespace platform
