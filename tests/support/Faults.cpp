@@ -1,0 +1,553 @@
+// The table of wraps. The linker is told about each function by its __wrap_ line below, so a name and its opening
+// parenthesis stand on one line.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,cert-dcl50-cpp,readability-identifier-naming)
+
+#include "tests/support/Faults.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <DiskArbitration/DiskArbitration.h>
+#include <IOKit/IOKitLib.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <map>
+#include <mutex>
+#include <new>
+#include <pthread.h>
+#include <string>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/sysctl.h>
+#include <sys/wait.h>
+#include <type_traits>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+// What is ordered of one function. Read on every call, so its switches are atomics; the rest changes only while they are off.
+struct TOrders
+{
+    std::atomic<bool> faultArmed{false};
+    TFailure failure;
+    unsigned first = 0;
+    unsigned count = 0;
+    std::atomic<unsigned> callsSinceArmed{0};
+    std::atomic<unsigned> reached{0};
+
+    std::atomic<bool> watched{false};
+    std::function<void(const TCallWatch::TArguments&)> look;
+    std::atomic<unsigned> calls{0};
+};
+
+// Functions register themselves as they are listed below. Never destroyed: threads may call until the process ends.
+std::map<std::string, TOrders*>& Table()
+{
+    static auto* const table = new std::map<std::string, TOrders*>;
+    return *table;
+}
+
+struct TListed : TOrders
+{
+    explicit TListed(const char* name) { Table()[name] = this; }
+};
+
+TOrders* OrdersFor(const char* function)
+{
+    const auto found = Table().find(function);
+    if (found == Table().end()) {
+        fprintf(stderr, "no function %s in the table of faults\n", function);
+        abort();
+    }
+    return found->second;
+}
+
+// How deep this thread is inside functions of the table: what they call themselves is not the product's call.
+thread_local int gInside = 0;
+
+struct TInside
+{
+    TInside() { ++gInside; }
+    ~TInside() { --gInside; }
+};
+
+template <class TFirst>
+long AsInteger(TFirst value)
+{
+    if constexpr (std::is_pointer_v<TFirst>)
+        return reinterpret_cast<long>(value);
+    else
+        return static_cast<long>(value);
+}
+
+template <class TResult>
+TResult AsResult(long value)
+{
+    if constexpr (std::is_pointer_v<TResult>)
+        return reinterpret_cast<TResult>(value);
+    else
+        return static_cast<TResult>(value);
+}
+
+// Tells whoever watches, and decides whether this call is one of those that fail.
+bool MustFail(TOrders& orders, const TCallWatch::TArguments& arguments)
+{
+    if (orders.watched) {
+        ++orders.calls;
+        if (orders.look)
+            orders.look(arguments);
+    }
+    if (!orders.faultArmed)
+        return false;
+    if (orders.failure.firstArgument != 0 && (arguments.empty() || arguments[0] != orders.failure.firstArgument))
+        return false;
+    const unsigned call = ++orders.callsSinceArmed;
+    if (call < orders.first || call - orders.first >= orders.count)
+        return false;
+    ++orders.reached;
+    if (orders.failure.error != 0)
+        errno = orders.failure.error;
+    return true;
+}
+
+template <class TResult, class... TArguments, class... TGiven>
+TResult Call(TOrders& orders, TResult (*real)(TArguments...), TGiven... arguments)
+{
+    const bool ordered = gInside == 0 && (orders.watched || orders.faultArmed);
+    // From here on, so that what is needed to tell of a call is no call itself.
+    const TInside inside;
+    if (ordered && MustFail(orders, {AsInteger(arguments)...})) {
+        if constexpr (std::is_void_v<TResult>)
+            return;
+        else
+            return AsResult<TResult>(orders.failure.result);
+    }
+    return real(arguments...);
+}
+
+std::atomic<unsigned> gShortWriteBytes{0};
+std::atomic<unsigned> gShortWritesLeft{0};
+std::function<void(const char*, struct stat*)>* gStatEdit = nullptr;
+
+}   // namespace
+
+// The n-th of these lines stands in front of the n-th function. `k` and the name is what is ordered of it.
+extern "C" {
+
+static TListed kAccept("accept");
+int __real_accept(int, struct sockaddr*, socklen_t*);
+int __wrap_accept(int socket, struct sockaddr* address, socklen_t* length)
+{
+    return Call(kAccept, __real_accept, socket, address, length);
+}
+
+static TListed kBind("bind");
+int __real_bind(int, const struct sockaddr*, socklen_t);
+int __wrap_bind(int socket, const struct sockaddr* address, socklen_t length)
+{
+    return Call(kBind, __real_bind, socket, address, length);
+}
+
+static TListed kClose("close");
+int __real_close(int);
+int __wrap_close(int descriptor)
+{
+    return Call(kClose, __real_close, descriptor);
+}
+
+static TListed kDup2("dup2");
+int __real_dup2(int, int);
+int __wrap_dup2(int from, int to)
+{
+    return Call(kDup2, __real_dup2, from, to);
+}
+
+static TListed kExecv("execv");
+int __real_execv(const char*, char* const*);
+int __wrap_execv(const char* path, char* const* arguments)
+{
+    return Call(kExecv, __real_execv, path, arguments);
+}
+
+// Goes by "execv" as well: which of the two a program uses is its own business.
+int __wrap_execl(const char* path, const char* first, ...)
+{
+    std::vector<char*> arguments;
+    va_list rest;
+    va_start(rest, first);
+    for (const char* argument = first; argument != nullptr; argument = va_arg(rest, const char*))
+        arguments.push_back(const_cast<char*>(argument));
+    va_end(rest);
+    arguments.push_back(nullptr);
+    return Call(kExecv, __real_execv, path, static_cast<char* const*>(arguments.data()));
+}
+
+static TListed kFork("fork");
+pid_t __real_fork(void);
+pid_t __wrap_fork(void)
+{
+    return Call(kFork, __real_fork);
+}
+
+static TListed kGetEUID("geteuid");
+uid_t __real_geteuid(void);
+uid_t __wrap_geteuid(void)
+{
+    return Call(kGetEUID, __real_geteuid);
+}
+
+static TListed kKill("kill");
+int __real_kill(pid_t, int);
+int __wrap_kill(pid_t process, int number)
+{
+    return Call(kKill, __real_kill, process, number);
+}
+
+static TListed kListen("listen");
+int __real_listen(int, int);
+int __wrap_listen(int socket, int backlog)
+{
+    return Call(kListen, __real_listen, socket, backlog);
+}
+
+static TListed kMalloc("malloc");
+void* __real_malloc(size_t);
+void* __wrap_malloc(size_t size)
+{
+    return Call(kMalloc, __real_malloc, size);
+}
+
+static TListed kMkdir("mkdir");
+int __real_mkdir(const char*, mode_t);
+int __wrap_mkdir(const char* path, mode_t mode)
+{
+    return Call(kMkdir, __real_mkdir, path, mode);
+}
+
+static TListed kPipe("pipe");
+int __real_pipe(int*);
+int __wrap_pipe(int* descriptors)
+{
+    return Call(kPipe, __real_pipe, descriptors);
+}
+
+static TListed kPthreadCreate("pthread_create");
+int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument)
+{
+    return Call(kPthreadCreate, __real_pthread_create, thread, attributes, body, argument);
+}
+
+static TListed kPthreadDetach("pthread_detach");
+int __real_pthread_detach(pthread_t);
+int __wrap_pthread_detach(pthread_t thread)
+{
+    return Call(kPthreadDetach, __real_pthread_detach, thread);
+}
+
+static TListed kPthreadMutexLock("pthread_mutex_lock");
+int __real_pthread_mutex_lock(pthread_mutex_t*);
+int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
+{
+    return Call(kPthreadMutexLock, __real_pthread_mutex_lock, mutex);
+}
+
+static TListed kRead("read");
+ssize_t __real_read(int, void*, size_t);
+ssize_t __wrap_read(int descriptor, void* buffer, size_t size)
+{
+    return Call(kRead, __real_read, descriptor, buffer, size);
+}
+
+static TListed kSetUID("setuid");
+int __real_setuid(uid_t);
+int __wrap_setuid(uid_t user)
+{
+    return Call(kSetUID, __real_setuid, user);
+}
+
+static TListed kSigaction("sigaction");
+int __real_sigaction(int, const struct sigaction*, struct sigaction*);
+int __wrap_sigaction(int number, const struct sigaction* action, struct sigaction* old)
+{
+    return Call(kSigaction, __real_sigaction, number, action, old);
+}
+
+static TListed kSleep("sleep");
+unsigned __real_sleep(unsigned);
+unsigned __wrap_sleep(unsigned seconds)
+{
+    return Call(kSleep, __real_sleep, seconds);
+}
+
+static TListed kSocket("socket");
+int __real_socket(int, int, int);
+int __wrap_socket(int domain, int type, int protocol)
+{
+    return Call(kSocket, __real_socket, domain, type, protocol);
+}
+
+static TListed kStat("stat");
+int __real_stat(const char*, struct stat*);
+int __wrap_stat(const char* path, struct stat* info)
+{
+    const int status = Call(kStat, __real_stat, path, info);
+    if (status == 0 && gStatEdit != nullptr && gInside == 0)
+        (*gStatEdit)(path, info);
+    return status;
+}
+
+static TListed kStrdup("strdup");
+char* __real_strdup(const char*);
+char* __wrap_strdup(const char* text)
+{
+    return Call(kStrdup, __real_strdup, text);
+}
+
+static TListed kSysctl("sysctl");
+int __real_sysctl(int*, u_int, void*, size_t*, void*, size_t);
+int __wrap_sysctl(int* name, u_int levels, void* old, size_t* oldSize, void* now, size_t nowSize)
+{
+    return Call(kSysctl, __real_sysctl, name, levels, old, oldSize, now, nowSize);
+}
+
+static TListed kTime("time");
+time_t __real_time(time_t*);
+time_t __wrap_time(time_t* now)
+{
+    return Call(kTime, __real_time, now);
+}
+
+static TListed kUmask("umask");
+mode_t __real_umask(mode_t);
+mode_t __wrap_umask(mode_t mask)
+{
+    return Call(kUmask, __real_umask, mask);
+}
+
+static TListed kUnlink("unlink");
+int __real_unlink(const char*);
+int __wrap_unlink(const char* path)
+{
+    return Call(kUnlink, __real_unlink, path);
+}
+
+static TListed kWaitpid("waitpid");
+pid_t __real_waitpid(pid_t, int*, int);
+pid_t __wrap_waitpid(pid_t process, int* status, int options)
+{
+    return Call(kWaitpid, __real_waitpid, process, status, options);
+}
+
+static TListed kWrite("write");
+ssize_t __real_write(int, const void*, size_t);
+ssize_t __wrap_write(int descriptor, const void* bytes, size_t size)
+{
+    if (gInside == 0 && gShortWriteBytes != 0 && gShortWritesLeft != 0) {
+        --gShortWritesLeft;
+        size = std::min<size_t>(size, gShortWriteBytes);
+    }
+    return Call(kWrite, __real_write, descriptor, bytes, size);
+}
+
+static TListed kCFArrayCreateMutable("CFArrayCreateMutable");
+CFMutableArrayRef __real_CFArrayCreateMutable(CFAllocatorRef, CFIndex, const CFArrayCallBacks*);
+CFMutableArrayRef __wrap_CFArrayCreateMutable(CFAllocatorRef allocator, CFIndex capacity, const CFArrayCallBacks* calls)
+{
+    return Call(kCFArrayCreateMutable, __real_CFArrayCreateMutable, allocator, capacity, calls);
+}
+
+static TListed kCFRelease("CFRelease");
+void __real_CFRelease(CFTypeRef);
+void __wrap_CFRelease(CFTypeRef object)
+{
+    Call(kCFRelease, __real_CFRelease, object);
+}
+
+static TListed kCFRunLoopRun("CFRunLoopRun");
+void __real_CFRunLoopRun(void);
+void __wrap_CFRunLoopRun(void)
+{
+    Call(kCFRunLoopRun, __real_CFRunLoopRun);
+}
+
+static TListed kDASessionCreate("DASessionCreate");
+DASessionRef __real_DASessionCreate(CFAllocatorRef);
+DASessionRef __wrap_DASessionCreate(CFAllocatorRef allocator)
+{
+    return Call(kDASessionCreate, __real_DASessionCreate, allocator);
+}
+
+static TListed kIOConnectMethod("IOConnectMethodStructureIStructureO");
+kern_return_t __real_IOConnectMethodStructureIStructureO(io_connect_t, UInt32, IOItemCount, IOByteCount*, void*, void*);
+kern_return_t __wrap_IOConnectMethodStructureIStructureO(io_connect_t connection, UInt32 selector,
+                                                         IOItemCount inputSize, IOByteCount* outputSize, void* input,
+                                                         void* output)
+{
+    return Call(kIOConnectMethod, __real_IOConnectMethodStructureIStructureO, connection, selector, inputSize,
+                outputSize, input, output);
+}
+
+static TListed kIOIteratorNext("IOIteratorNext");
+io_object_t __real_IOIteratorNext(io_iterator_t);
+io_object_t __wrap_IOIteratorNext(io_iterator_t iterator)
+{
+    return Call(kIOIteratorNext, __real_IOIteratorNext, iterator);
+}
+
+static TListed kIOMasterPort("IOMasterPort");
+kern_return_t __real_IOMasterPort(mach_port_t, mach_port_t*);
+kern_return_t __wrap_IOMasterPort(mach_port_t bootstrap, mach_port_t* master)
+{
+    return Call(kIOMasterPort, __real_IOMasterPort, bootstrap, master);
+}
+
+static TListed kIOObjectRelease("IOObjectRelease");
+kern_return_t __real_IOObjectRelease(io_object_t);
+kern_return_t __wrap_IOObjectRelease(io_object_t object)
+{
+    return Call(kIOObjectRelease, __real_IOObjectRelease, object);
+}
+
+static TListed kIOServiceClose("IOServiceClose");
+kern_return_t __real_IOServiceClose(io_connect_t);
+kern_return_t __wrap_IOServiceClose(io_connect_t connection)
+{
+    return Call(kIOServiceClose, __real_IOServiceClose, connection);
+}
+
+static TListed kIOServiceGetMatching("IOServiceGetMatchingServices");
+kern_return_t __real_IOServiceGetMatchingServices(mach_port_t, CFDictionaryRef, io_iterator_t*);
+kern_return_t __wrap_IOServiceGetMatchingServices(mach_port_t master, CFDictionaryRef matching, io_iterator_t* matches)
+{
+    const unsigned failedBefore = kIOServiceGetMatching.reached;
+    const kern_return_t status =
+        Call(kIOServiceGetMatching, __real_IOServiceGetMatchingServices, master, matching, matches);
+    if (kIOServiceGetMatching.reached != failedBefore)
+        __real_CFRelease(matching);   // taken from the caller, whatever the result
+    return status;
+}
+
+static TListed kIOServiceMatching("IOServiceMatching");
+CFMutableDictionaryRef __real_IOServiceMatching(const char*);
+CFMutableDictionaryRef __wrap_IOServiceMatching(const char* name)
+{
+    return Call(kIOServiceMatching, __real_IOServiceMatching, name);
+}
+
+static TListed kIOServiceOpen("IOServiceOpen");
+kern_return_t __real_IOServiceOpen(io_service_t, task_port_t, UInt32, io_connect_t*);
+kern_return_t __wrap_IOServiceOpen(io_service_t service, task_port_t task, UInt32 type, io_connect_t* connection)
+{
+    return Call(kIOServiceOpen, __real_IOServiceOpen, service, task, type, connection);
+}
+
+// Goes by one name whether or not the size is passed.
+static TListed kDelete("operator delete");
+void __real__ZdlPv(void*);
+void __wrap__ZdlPv(void* block)
+{
+    Call(kDelete, __real__ZdlPv, block);
+}
+
+// The others go by their mangled names, in which the letter of std::size_t is the machine's.
+void RealSizedDelete(void*, size_t) __asm__("__real__ZdlPv" HALVORIX_SIZE_LETTER);
+void WrapSizedDelete(void*, size_t) __asm__("__wrap__ZdlPv" HALVORIX_SIZE_LETTER);
+void WrapSizedDelete(void* block, size_t size)
+{
+    Call(kDelete, RealSizedDelete, block, size);
+}
+
+static TListed kNew("operator new nothrow");
+void* RealNew(size_t, const std::nothrow_t&) __asm__("__real__Znw" HALVORIX_SIZE_LETTER "RKSt9nothrow_t");
+void* WrapNew(size_t, const std::nothrow_t&) __asm__("__wrap__Znw" HALVORIX_SIZE_LETTER "RKSt9nothrow_t");
+void* WrapNew(size_t size, const std::nothrow_t&)
+{
+    return Call(
+        kNew, +[](size_t wanted) { return RealNew(wanted, std::nothrow); }, size);
+}
+
+static TListed kNewArray("operator new[] nothrow");
+void* RealNewArray(size_t, const std::nothrow_t&) __asm__("__real__Zna" HALVORIX_SIZE_LETTER "RKSt9nothrow_t");
+void* WrapNewArray(size_t, const std::nothrow_t&) __asm__("__wrap__Zna" HALVORIX_SIZE_LETTER "RKSt9nothrow_t");
+void* WrapNewArray(size_t size, const std::nothrow_t&)
+{
+    return Call(
+        kNewArray, +[](size_t wanted) { return RealNewArray(wanted, std::nothrow); }, size);
+}
+}
+
+void ArmFault(const char* function, TFailure failure, unsigned first, unsigned count)
+{
+    TOrders* const orders = OrdersFor(function);
+    orders->failure = failure;
+    orders->first = first;
+    orders->count = count;
+    orders->callsSinceArmed = 0;
+    orders->reached = 0;
+    orders->faultArmed = true;
+}
+
+TFault::TFault(const char* function, TFailure failure, unsigned first, unsigned count) : fFunction(function)
+{
+    ArmFault(function, failure, first, count);
+}
+
+TFault::~TFault()
+{
+    OrdersFor(fFunction)->faultArmed = false;
+}
+
+unsigned TFault::Reached() const
+{
+    return OrdersFor(fFunction)->reached;
+}
+
+TCallWatch::TCallWatch(const char* function, std::function<void(const TArguments&)> look) : fFunction(function)
+{
+    TOrders* const orders = OrdersFor(function);
+    orders->look = std::move(look);
+    orders->calls = 0;
+    orders->watched = true;
+}
+
+TCallWatch::~TCallWatch()
+{
+    OrdersFor(fFunction)->watched = false;
+}
+
+unsigned TCallWatch::Calls() const
+{
+    return OrdersFor(fFunction)->calls;
+}
+
+TShortWrites::TShortWrites(unsigned bytes, unsigned count)
+{
+    gShortWritesLeft = count;
+    gShortWriteBytes = bytes;
+}
+
+TShortWrites::~TShortWrites()
+{
+    gShortWriteBytes = 0;
+}
+
+TStatEdit::TStatEdit(std::function<void(const char*, struct stat*)> edit)
+{
+    gStatEdit = new std::function<void(const char*, struct stat*)>(std::move(edit));
+}
+
+TStatEdit::~TStatEdit()
+{
+    delete gStatEdit;
+    gStatEdit = nullptr;
+}
+
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,cert-dcl50-cpp,readability-identifier-naming)

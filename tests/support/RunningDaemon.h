@@ -1,0 +1,61 @@
+// The real daemon at its real path, started and looked at from outside, and a client of its socket.
+
+#ifndef HALVORIX_TESTS_SUPPORT_RUNNINGDAEMON_H
+#define HALVORIX_TESTS_SUPPORT_RUNNINGDAEMON_H
+
+#include "lab/Machine.h"
+#include "tests/support/RunningProgram.h"
+
+#include <string>
+#include <vector>
+
+constexpr const char* kEventSocket = "/tmp/com.halvorix.halvorixd/driverevents";
+
+// The command for the daemon as users have it.
+std::vector<std::string> DaemonCommand(const std::vector<std::string>& arguments = {});
+
+// The command for the daemon with the table of faults linked in.
+std::vector<std::string> FaultyDaemonCommand();
+
+// A login session: a process named SystemUIServer.
+void StartLoginSession(const lab::TMachine& machine);
+
+// Polls until the daemon accepts connections.
+bool WaitForEventSocket();
+
+// How many descriptors and threads a process has, by /proc; -1 when it is gone.
+int DescriptorsOf(pid_t process);
+int ThreadsOf(pid_t process);
+// Its children, zombies included.
+int ChildrenOf(pid_t process);
+// Memory that it has touched, in kilobytes.
+long ResidentKilobytesOf(pid_t process);
+
+// A client made of system calls alone.
+class TListener
+{
+public:
+    // Connects; a test that cannot connect fails.
+    TListener();
+    ~TListener() { Leave(); }
+    TListener(const TListener&) = delete;
+    TListener& operator=(const TListener&) = delete;
+
+    // Takes what has come so far, without waiting. Returns everything received since the beginning.
+    const std::string& Receive();
+
+    // Waits until so many bytes have come; returns whether they did.
+    bool WaitForBytes(std::size_t bytes);
+
+    bool AtEnd() const { return fAtEnd; }
+
+    // Closes the connection.
+    void Leave();
+
+private:
+    int fSocket;
+    bool fAtEnd = false;
+    std::string fReceived;
+};
+
+#endif
