@@ -1,0 +1,94 @@
+// The daemon as a tool: what it starts, in which order, and what its threads share.
+
+#ifndef HALVORIX_DAEMON_DAEMONTOOL_H
+#define HALVORIX_DAEMON_DAEMONTOOL_H
+
+#include "daemon/DriverEventPoller.h"
+#include "daemon/DriverEventServer.h"
+#include "daemon/VolumeRegistry.h"
+#include "framework/Tool.h"
+
+#include <DiskArbitration/DiskArbitration.h>
+#include <IOKit/IOKitLib.h>
+#include <memory>
+#include <pthread.h>
+
+class THXDaemonTool : public TTool
+{
+public:
+    THXDaemonTool();
+
+    // Frees the registry, the poller and the server, in this order. Runs only when start-up fails: a termination signal ends
+    // the process without it.
+    ~THXDaemonTool() override;
+
+    // Starts the daemon's services, in this order: publishes this object in gDaemonTool; waits, without a time-out, until
+    // SystemUIServer runs, a sign that somebody logged in; sends the driver the time-zone offset; sends SIGINT to an older
+    // instance, without waiting for it; makes the volume registry; starts the event server, then the poller; looks after
+    // the boot helper partitions of the start-up volume.
+    //
+    // returns  0, -108 out of memory, or the status of the first service that did not start. What was started before stays.
+    SInt32 InitTool() override;
+
+    // Follows disks as they come and go. Never returns; without a Disk Arbitration session it only sleeps.
+    SInt32 DoWork() override;
+
+    // Prints nothing: the daemon takes no arguments and has nobody to print to.
+    void ShowHelp() override;
+
+    // The driver connection. Who uses it opens it, makes its calls and closes it again, also when the open found no driver:
+    // opens and closes are counted. Between uses nothing is open, so that a driver that was unloaded and loaded again is
+    // found by the next open.
+
+    // Counts one user more, and opens a user client of the first matching driver when none is open. Reports nothing: without
+    // a driver the calls fail.
+    void OpenDriverConnection();
+
+    // Counts one user less, and closes the user client with the last one.
+    void CloseDriverConnection();
+
+    // Calls a method of the user client; between an open and a close of the caller's own.
+    //
+    // selector    one of those in DriverConnection.h
+    // input       inputSize bytes; may be null when that is 0
+    // output      receives what the driver writes; may be null when *outputSize is 0
+    // outputSize  the room at output in bytes; receives how many the driver wrote. Null stands for 0
+    // returns     KERN_FAILURE (5) when no connection is open, and nothing is written then; otherwise the driver's answer
+    kern_return_t CallDriverMethod(UInt32 selector, const void* input, UInt32 inputSize, void* output,
+                                   IOByteCount* outputSize);
+
+    // Tells the driver how far local time is ahead of UTC now, daylight saving included. Told once: it is not told again
+    // when the clock changes.
+    void SendTimeZoneOffsetToDriver();
+
+    // A disk came or went. On the main thread.
+    void DiskAppeared(DADiskRef disk);
+    void DiskDisappeared(DADiskRef disk);
+
+    // What Disk Arbitration calls; the context is the tool.
+    static void DiskAppearedCallback(DADiskRef disk, void* tool);
+    static void DiskDisappearedCallback(DADiskRef disk, void* tool);
+
+    TVolumeRegistry* Registry() const { return fRegistry.get(); }
+    TDriverEventPoller* Poller() const { return fPoller.get(); }
+    TDriverEventServer* Server() const { return fServer.get(); }
+
+protected:
+    io_connect_t fConnection;          // 0: none is open
+    pthread_mutex_t fConnectionLock;   // guards fConnection and fUseCount while one opens or closes
+    UInt32 fUseCount;                  // opens that no close has matched yet
+    std::unique_ptr<TVolumeRegistry> fRegistry;
+    std::unique_ptr<TDriverEventPoller> fPoller;
+    std::unique_ptr<TDriverEventServer> fServer;
+    DASessionRef fSession;   // made by DoWork, never released
+
+private:
+    SInt32 CreateVolumeRegistry();
+    SInt32 StartEventServer();
+    SInt32 StartEventPoller();
+};
+
+// The one tool object, from the beginning of InitTool on; null before. The service threads find everything through it.
+extern THXDaemonTool* gDaemonTool;
+
+#endif

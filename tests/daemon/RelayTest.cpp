@@ -1,0 +1,240 @@
+// The daemon's main job from end to end: records leave the driver and arrive at every client.
+
+#include "tests/support/MachineTest.h"
+#include "tests/support/RunningDaemon.h"
+
+#include <algorithm>
+#include <csignal>
+#include <memory>
+#include <random>
+#include <sys/stat.h>
+#include <unistd.h>
+
+static lab::TEvent Event(std::int32_t type, const std::string& payload = "")
+{
+    lab::TEvent event;
+    event.type = type;
+    event.payload = payload;
+    return event;
+}
+
+class Relay : public TMachineTest
+{
+protected:
+    void SetUp() override
+    {
+        TMachineTest::SetUp();
+        StartLoginSession(machine);
+        daemon = std::make_unique<TRunningProgram>(DaemonCommand());
+        ASSERT_TRUE(WaitForEventSocket());
+    }
+
+    void TearDown() override
+    {
+        EXPECT_TRUE(daemon->IsRunning()) << daemon->Errors();
+        daemon->Signal(SIGTERM);
+        EXPECT_EQ("exited 0", daemon->WaitForEnd()) << daemon->Errors();
+        EXPECT_EQ("", daemon->Output() + daemon->Errors());
+        daemon.reset();
+        TMachineTest::TearDown();
+    }
+
+    std::size_t Fetches() const
+    {
+        std::size_t fetches = 0;
+        for (const lab::TDriverCall& call : machine.DriverCalls())
+            fetches += call.what.rfind("method 21", 0) == 0;
+        return fetches;
+    }
+
+    // What the daemon holds between two fetches, once it has dropped clients that have gone: the fewest descriptors of many
+    // looks, since a look may fall into a fetch.
+    int SettledDescriptors()
+    {
+        machine.PostEvents({Event(99)});
+        WaitUntil([this] { return machine.WaitingEvents() == 0; });
+        const std::size_t fetches = Fetches();
+        int fewest = DescriptorsOf(daemon->Process());
+        WaitUntil([&] {
+            fewest = std::min(fewest, DescriptorsOf(daemon->Process()));
+            return Fetches() >= fetches + 2;
+        });
+        return fewest;
+    }
+
+    std::unique_ptr<TRunningProgram> daemon;
+};
+
+TEST_F(Relay, AListenerThatNobodyHereWroteGetsTheExactBytes)
+{
+    TRunningProgram socat({"/host/usr/bin/socat", "socat", "-u", std::string("UNIX-CONNECT:") + kEventSocket, "-"});
+    TListener listener;
+    lab::TEvent first = Event(3, std::string("\0\x01\xff\n\r", 5) + std::string(91, '\x80'));
+    first.head = std::string("\xde\xad\xbe\xef\0\0\0\1", 8);
+    first.name = "disk2s3";
+    const lab::TEvent second = Event(5, "second");
+    // socat may connect after the first records have gone, so its first one is that of which it surely has the whole.
+    ASSERT_TRUE(WaitUntil([&] {
+        machine.PostEvents({Event(9)});
+        return !socat.Output().empty();
+    }));
+    const std::size_t before = socat.Output().size();
+    ASSERT_EQ("", machine.PostEvents({first, second}));
+    ASSERT_TRUE(WaitUntil([&] { return machine.WaitingEvents() == 0 && socat.Output().size() >= before + 256; }));
+
+    const std::string output = socat.Output();
+    EXPECT_EQ(0u, output.size() % 128);
+    EXPECT_EQ(lab::TMachine::RecordBytes(first, 0) + lab::TMachine::RecordBytes(second, 1),
+              output.substr(output.size() - 256));
+}
+
+TEST_F(Relay, TypesUpTo2AndNegativeOnesReachNobody)
+{
+    TListener listener;
+    ASSERT_EQ("", machine.PostEvents({Event(1), Event(2), Event(-1), Event(3, "relayed")}));
+
+    ASSERT_TRUE(listener.WaitForBytes(128));
+    EXPECT_TRUE(WaitUntil([this] { return machine.WaitingEvents() == 0; }));
+    EXPECT_EQ(lab::TMachine::RecordBytes(Event(3, "relayed"), 1), listener.Receive());
+}
+
+TEST_F(Relay, ADriverThatIsUnloadedAndLoadedAgainGoesOn)
+{
+    TListener listener;
+    ASSERT_EQ("", machine.PostEvents({Event(3)}));
+    ASSERT_TRUE(listener.WaitForBytes(128));
+    ASSERT_EQ("", machine.UnloadDriver());
+    const std::size_t fetches = Fetches();
+    WaitUntil([] { return false; }, 1.5);
+    EXPECT_EQ(fetches, Fetches());
+    ASSERT_EQ("", machine.LoadDriver());
+    ASSERT_EQ("", machine.PostEvents({Event(4)}));
+
+    ASSERT_TRUE(listener.WaitForBytes(256));
+    EXPECT_EQ(lab::TMachine::RecordBytes(Event(3), 1) + lab::TMachine::RecordBytes(Event(4), 1), listener.Receive());
+}
+
+TEST_F(Relay, AClientThatIsKilledDoesNotDisturbTheOthers)
+{
+    TListener listener;
+    TRunningProgram victim({"/host/usr/bin/socat", "socat", "-u", std::string("UNIX-CONNECT:") + kEventSocket, "-"});
+    ASSERT_TRUE(WaitUntil([&] {
+        machine.PostEvents({Event(3)});
+        return !victim.Output().empty();
+    }));
+    victim.Signal(SIGKILL);
+    victim.WaitForEnd();
+    ASSERT_TRUE(WaitUntil([this] { return machine.WaitingEvents() == 0; }));
+    // The first record finds the client gone, the second finds it dropped.
+    const std::size_t before = listener.Receive().size();
+    ASSERT_EQ("", machine.PostEvents({Event(4, "after"), Event(5, "after")}));
+
+    ASSERT_TRUE(listener.WaitForBytes(before + 256));
+}
+
+TEST_F(Relay, EveryReloadAndClientThatGoesLeavesNothingBehind)
+{
+    const int descriptors = SettledDescriptors();
+    for (int round = 0; round < 3; ++round) {
+        TListener listener;
+        ASSERT_EQ("", machine.PostEvents({Event(3)}));
+        ASSERT_TRUE(listener.WaitForBytes(128));
+        ASSERT_EQ("", machine.UnloadDriver());
+        ASSERT_EQ("", machine.LoadDriver());
+    }
+    EXPECT_EQ(descriptors, SettledDescriptors());
+    EXPECT_EQ(0, ChildrenOf(daemon->Process()));
+}
+
+// Event number N of the great flood.
+static lab::TEvent NumberedEvent(unsigned number)
+{
+    lab::TEvent event = Event(3 + static_cast<std::int32_t>(number % 5), "event " + std::to_string(number));
+    event.flagGiven = true;                       // so that what arrives does not depend on when it was fetched
+    event.flag = number % 2000 == 1500 ? 1 : 0;   // a pause in the middle of some batches
+    return event;
+}
+
+// Every client's own fate.
+struct TFloodClient
+{
+    std::unique_ptr<TListener> listener;
+    unsigned leavesAt;   // closes its end before this event; never, when beyond the last
+};
+
+TEST_F(Relay, AHundredClientsOfWhichHalfVanishDuringTenThousandEvents)
+{
+    constexpr unsigned kEvents = 10000;
+    constexpr unsigned kClients = 100;
+    constexpr unsigned kBatch = 1000;
+    const int descriptors = SettledDescriptors();
+    std::mt19937 random(4711);
+    std::vector<TFloodClient> clients;
+    for (unsigned client = 0; client < kClients; ++client) {
+        const unsigned leavesAt = client % 2 == 0 ? kEvents + 1 : static_cast<unsigned>(random() % kEvents);
+        clients.push_back({std::make_unique<TListener>(), leavesAt});
+    }
+    // A record to each, so that nobody is still waiting to be accepted when the counting begins.
+    const std::string greeting = lab::TMachine::RecordBytes(Event(99), 1);
+    ASSERT_TRUE(
+        WaitUntil([&] { return DescriptorsOf(daemon->Process()) >= descriptors + static_cast<int>(kClients); }));
+    ASSERT_EQ("", machine.PostEvents({Event(99)}));
+    for (TFloodClient& client : clients)
+        ASSERT_TRUE(client.listener->WaitForBytes(128));
+
+    std::string expected = greeting;
+    for (unsigned begin = 0; begin < kEvents; begin += kBatch) {
+        std::vector<lab::TEvent> batch;
+        for (unsigned number = begin; number < begin + kBatch; ++number) {
+            batch.push_back(NumberedEvent(number));
+            expected += lab::TMachine::RecordBytes(batch.back(), batch.back().flag);
+        }
+        ASSERT_EQ("", machine.PostEvents(batch));
+        for (TFloodClient& client : clients) {
+            if (client.leavesAt < begin + kBatch)
+                client.listener->Leave();
+        }
+        ASSERT_TRUE(WaitUntil(
+            [&] {
+                for (TFloodClient& client : clients)
+                    client.listener->Receive();
+                return machine.WaitingEvents() == 0;
+            },
+            120));
+        if (begin == kEvents / 2) {
+            ASSERT_EQ("", machine.UnloadDriver());
+            ASSERT_EQ("", machine.LoadDriver());
+        }
+    }
+    for (TFloodClient& client : clients) {
+        if (client.leavesAt <= kEvents)
+            continue;
+        ASSERT_TRUE(client.listener->WaitForBytes(expected.size()));
+        EXPECT_TRUE(expected == client.listener->Receive()) << "all records, in order";
+    }
+
+    ASSERT_EQ("", machine.PostEvents({Event(99)}));
+    EXPECT_TRUE(WaitUntil([&] {
+        return DescriptorsOf(daemon->Process()) == descriptors + static_cast<int>(kClients) / 2;
+    })) << DescriptorsOf(daemon->Process())
+        << " descriptors";
+    EXPECT_EQ(0, ChildrenOf(daemon->Process()));
+}
+
+TEST_F(Relay, IdleItFetchesOnceASecondAndGrowsNothing)
+{
+    TListener listener;
+    const int descriptors = SettledDescriptors();
+    const std::string received = listener.Receive();
+    const long kilobytes = ResidentKilobytesOf(daemon->Process());
+    const std::size_t firstFetches = Fetches();
+    const std::vector<lab::TDriverCall> before = machine.DriverCalls();
+    ASSERT_TRUE(WaitUntil([&] { return Fetches() >= firstFetches + 60; }, 150));
+    const double seconds = machine.DriverCalls().back().seconds - before.back().seconds;
+
+    EXPECT_GE(seconds, 59.0) << "60 fetches never take less than a second each";
+    // Pages that a sanitizer or an emulator touches late are allowed for; a leak of one page a poll is not.
+    EXPECT_LE(ResidentKilobytesOf(daemon->Process()), kilobytes + 60 * 4);
+    EXPECT_EQ(received, listener.Receive());
+    EXPECT_EQ(descriptors, SettledDescriptors());
+}
