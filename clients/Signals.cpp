@@ -3,10 +3,12 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <initializer_list>
 #include <sys/select.h>
 #include <unistd.h>
 
 static int gPipe[2] = {-1, -1};
+static sigset_t gWhileWaiting;
 
 static void PassOn(int number)
 {
@@ -37,6 +39,15 @@ int CatchSignals()
     fcntl(gPipe[0], F_SETFL, O_NONBLOCK);
     fcntl(gPipe[1], F_SETFL, O_NONBLOCK);
 
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int number : {SIGINT, SIGTERM, SIGTSTP})
+        sigaddset(&held, number);
+    sigprocmask(SIG_BLOCK, &held, nullptr);
+    sigprocmask(SIG_BLOCK, nullptr, &gWhileWaiting);
+    for (const int number : {SIGINT, SIGTERM, SIGTSTP})
+        sigdelset(&gWhileWaiting, number);
+
     Handle(SIGINT, PassOn);
     Handle(SIGTERM, PassOn);
     Handle(SIGPIPE, SIG_IGN);
@@ -49,6 +60,11 @@ int CatchSignals()
     return gPipe[0];
 }
 
+const sigset_t& SignalsWhileWaiting()
+{
+    return gWhileWaiting;
+}
+
 int NextSignal()
 {
     unsigned char number = 0;
@@ -59,5 +75,9 @@ void StopUntilContinued()
 {
     Handle(SIGTSTP, SIG_DFL);
     raise(SIGTSTP);
+    // It is held until the mask lets it through, and then stops us here.
+    sigset_t held;
+    sigprocmask(SIG_SETMASK, &gWhileWaiting, &held);
+    sigprocmask(SIG_SETMASK, &held, nullptr);
     Handle(SIGTSTP, PassOn);
 }

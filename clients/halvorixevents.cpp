@@ -140,7 +140,7 @@ void TListener::Connect()
     }
 }
 
-// Waits until something can be done, and does it. select(2), since poll(2) of Mac OS X knows no terminals.
+// Waits until something can be done, and does it. Not by poll(2), since that of Mac OS X knows no terminals.
 void TListener::Wait()
 {
     fd_set readable;
@@ -156,12 +156,13 @@ void TListener::Wait()
         FD_SET(STDOUT_FILENO, &readable);
     }
 
-    using std::chrono::microseconds;
-    const auto untilTry = std::chrono::duration_cast<microseconds>(fNextTry - TClock::now()).count();
-    timeval timeout = {};
-    timeout.tv_usec = static_cast<decltype(timeout.tv_usec)>(std::max<decltype(untilTry)>(untilTry, 0));
+    using std::chrono::nanoseconds;
+    const nanoseconds untilTry = std::max<nanoseconds>(fNextTry - TClock::now(), nanoseconds(0));
+    timespec timeout = {};
+    timeout.tv_nsec = static_cast<decltype(timeout.tv_nsec)>(untilTry.count());   // always less than a second
     const int highest = std::max({fSignals, fStream.Socket(), STDOUT_FILENO});
-    if (select(highest + 1, &readable, &writable, nullptr, fPhase == EPhase::kConnecting ? &timeout : nullptr) <= 0)
+    if (pselect(highest + 1, &readable, &writable, nullptr, fPhase == EPhase::kConnecting ? &timeout : nullptr,
+                &SignalsWhileWaiting()) <= 0)
         return;
 
     if (fStream.IsOpen() && FD_ISSET(fStream.Socket(), &readable))
@@ -283,6 +284,18 @@ static void FillStandardDescriptors()
         close(descriptor);
 }
 
+// A terminal may have room for less than one write, which then waits although select(2) called the terminal ready. Opened
+// anew it can be made non-blocking for us, and stays as it is for the others who have it.
+static void OpenTerminalAnew()
+{
+    const char* const name = ttyname(STDOUT_FILENO);
+    const int terminal = name ? open(name, O_WRONLY | O_NOCTTY | O_NONBLOCK) : -1;
+    if (terminal < 0)
+        return;
+    dup2(terminal, STDOUT_FILENO);
+    close(terminal);
+}
+
 static int Print(const std::string& text)
 {
     return fputs(text.c_str(), stdout) >= 0 && fflush(stdout) == 0 ? 0 : 1;
@@ -295,6 +308,7 @@ static int Listen(const TOptions& options)
         return 1;
     }
     FillStandardDescriptors();
+    OpenTerminalAnew();
 
     const int signals = CatchSignals();
     if (signals < 0) {

@@ -55,6 +55,12 @@ void TEventSource::Send(const std::string& bytes)
     fLongestSend = std::max(fLongestSend, std::chrono::duration<double>(TClock::now() - start).count());
 }
 
+void TEventSource::SendMany(const std::string& bytes, std::size_t count)
+{
+    for (std::size_t i = 0; i < count && !testing::Test::HasFatalFailure(); ++i)
+        Send(bytes);
+}
+
 void TEventSource::WaitUntilRead()
 {
     EXPECT_TRUE(WaitUntil([this] {

@@ -5,6 +5,7 @@
 
 #include "clients/halvorixevent.h"
 
+#include <cstddef>
 #include <string>
 
 class TEventSource
@@ -29,6 +30,9 @@ public:
 
     // Writes as the daemon does, blocking. Fails the test when the client takes nothing for five seconds.
     void Send(const std::string& bytes);
+
+    // Sends this as often, and stops at the first failure.
+    void SendMany(const std::string& bytes, std::size_t count);
 
     // Waits until the client has read everything that was sent.
     void WaitUntilRead();

@@ -85,8 +85,7 @@ TEST_P(Example, ReadsOnWhileNobodyReadsItsOutput)
     TRunningProgram program(WithOutputTo(kSlowReader, fCommand));
     source.Accept();
     const std::string event = Event(3);
-    for (int i = 0; i < 10000; ++i)
-        source.Send(event);
+    source.SendMany(event, 10000);
     source.WaitUntilRead();
     EXPECT_LT(source.LongestSend(), 2);
 

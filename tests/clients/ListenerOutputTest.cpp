@@ -26,8 +26,7 @@ TEST_F(ListenerOutput, AStoppedReaderOfJSONNeverHoldsUpTheDaemonAndEveryEventIsA
     source.Accept();
 
     const std::size_t kSent = 100000;
-    for (std::size_t i = 0; i < kSent; ++i)
-        source.Send(BytesOf(SampleEvent(3, "disk2s3")));
+    source.SendMany(BytesOf(SampleEvent(3, "disk2s3")), kSent);
     EXPECT_LT(source.LongestSend(), 2);
     source.EndStream();
 
@@ -49,8 +48,7 @@ TEST_F(ListenerOutput, AStoppedReaderOfRawOutputGetsWholeEventsAndTheReportGoesT
 
     const std::string event = BytesOf(SampleEvent(3, "disk2s3"));
     const std::size_t kSent = 100000;
-    for (std::size_t i = 0; i < kSent; ++i)
-        source.Send(event);
+    source.SendMany(event, kSent);
     EXPECT_LT(source.LongestSend(), 2);
     source.EndStream();
 
@@ -67,8 +65,7 @@ TEST_F(ListenerOutput, SaysInTheStreamWhatIsMissingWhereItIsMissing)
     TSlowReader reader;
     TRunningProgram program(ToSlowReader({"--json"}));
     source.Accept();
-    for (int i = 0; i < 10000; ++i)
-        source.Send(BytesOf(SampleEvent(3, "")));
+    source.SendMany(BytesOf(SampleEvent(3, "")), 10000);
     source.WaitUntilRead();
 
     // Once the reader has caught up, the next event follows what is said of those before it.
@@ -96,8 +93,7 @@ TEST_F(ListenerOutput, ASignalEndsItAlthoughItsReaderIsStoppedAndWhatWaitedCount
     source.Accept();
     const std::string event = BytesOf(SampleEvent(3, ""));
     const std::size_t kSent = 20000;
-    for (std::size_t i = 0; i < kSent; ++i)
-        source.Send(event);
+    source.SendMany(event, kSent);
     source.WaitUntilRead();
 
     program.Signal(SIGTERM);
@@ -111,8 +107,7 @@ TEST_F(ListenerOutput, EndsSilentlyWithZeroWhenItsReaderHasGone)
     TSlowReader reader;
     TRunningProgram program(ToSlowReader({}));
     source.Accept();
-    for (int i = 0; i < 2000; ++i)
-        source.Send(BytesOf(SampleEvent(3, "")));
+    source.SendMany(BytesOf(SampleEvent(3, "")), 2000);
     source.WaitUntilRead();
 
     reader.Leave();
@@ -147,28 +142,77 @@ TEST_F(ListenerOutput, APipeThatItCouldReadItselfIsNoReaderThatWent)
     EXPECT_TRUE(program.IsRunning());
 }
 
-TEST_F(ListenerOutput, AStoppedTerminalHoldsUpNobodyAndStaysBlockingForOthers)
+// A terminal whose keyboard and screen the test is; programs inherit it.
+class ListenerTerminal : public Listener
 {
-    const int keyboard = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_EQ(0, grantpt(keyboard));
-    ASSERT_EQ(0, unlockpt(keyboard));
-    const std::string name = ptsname(keyboard);
-    const int terminal = open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_EQ(0, tcflow(terminal, TCOOFF));   // control-S
-    TEventSource source;
-    TRunningProgram program(WithOutputTo(name, Command({})));
-    source.Accept();
+protected:
+    void SetUp() override
+    {
+        Listener::SetUp();
+        fScreen = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        ASSERT_EQ(0, grantpt(fScreen));
+        ASSERT_EQ(0, unlockpt(fScreen));
+        fTerminal = open(ptsname(fScreen), O_RDWR | O_NOCTTY);
+        ASSERT_GE(fTerminal, 0);
+    }
 
-    for (int i = 0; i < 20000; ++i)
-        source.Send(BytesOf(SampleEvent(3, "")));
-    source.WaitUntilRead();
-    EXPECT_LT(source.LongestSend(), 2);
-    EXPECT_EQ(0, fcntl(terminal, F_GETFL) & O_NONBLOCK);
-    program.Signal(SIGINT);
+    void TearDown() override
+    {
+        close(fTerminal);
+        close(fScreen);
+        Listener::TearDown();
+    }
+
+    // Runs the program on the terminal, which takes little or nothing, and sends it a flood.
+    void ExpectNobodyIsHeldUp()
+    {
+        TEventSource source;
+        TRunningProgram program(Redirected(">&" + std::to_string(fTerminal), {}));
+        source.Accept();
+        source.SendMany(BytesOf(SampleEvent(3, "")), 20000);
+        source.WaitUntilRead();
+        EXPECT_LT(source.LongestSend(), 2);
+        EXPECT_EQ(0, fcntl(fTerminal, F_GETFL) & O_NONBLOCK);   // others write to it, too
+
+        program.Signal(SIGINT);
+        EXPECT_EQ("exited 0", program.WaitForEnd());
+        EXPECT_GT(DroppedInReport(program.Errors()), 10000u);
+    }
+
+    int fScreen = -1;
+    int fTerminal = -1;
+};
+
+TEST_F(ListenerTerminal, StoppedByControlSHoldsUpNobody)
+{
+    ASSERT_EQ(0, tcflow(fTerminal, TCOOFF));
+    ExpectNobodyIsHeldUp();
+}
+
+TEST_F(ListenerTerminal, FrozenWithItsBufferFullHoldsUpNobody)
+{
+    // Room for less than one write: what select calls ready would block.
+    fcntl(fTerminal, F_SETFL, O_RDWR | O_NONBLOCK);
+    const std::string line(1000, 'x');
+    while (write(fTerminal, line.data(), line.size()) > 0) {
+    }
+    fcntl(fTerminal, F_SETFL, O_RDWR);
+    char bytes[100];
+    EXPECT_EQ(100, read(fScreen, bytes, sizeof bytes));
+    ExpectNobodyIsHeldUp();
+}
+
+TEST_F(ListenerTerminal, ShowsEvents)
+{
+    TEventSource source;
+    TRunningProgram program(Redirected(">&" + std::to_string(fTerminal), {"--count", "1"}));
+    source.Accept();
+    source.Send(BytesOf(SampleEvent(3, "")));
     EXPECT_EQ("exited 0", program.WaitForEnd());
-    EXPECT_GT(DroppedInReport(program.Errors()), 19000u);
-    close(terminal);
-    close(keyboard);
+
+    char bytes[200] = "";
+    EXPECT_LT(0, read(fScreen, bytes, sizeof bytes - 1));
+    EXPECT_NE(std::string::npos, std::string(bytes).find("  type 3  4: 0405060708090a0b  16: "));
 }
 
 TEST_F(ListenerOutput, RefusesToRunWithMoreInheritedDescriptorsThanItCanWaitFor)
