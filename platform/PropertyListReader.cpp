@@ -3,11 +3,13 @@
 #include "platform/PropertyList.h"
 #include "platform/Text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <strings.h>
 #include <unordered_map>
 
 namespace plist {
@@ -17,9 +19,8 @@ namespace {
 struct TTag
 {
     std::string name;
-    std::string attributes;   // as they stand, without the blanks around them
-    bool closing = false;     // </name>
-    bool empty = false;       // <name/>
+    bool closing = false;   // </name>
+    bool empty = false;     // <name/>
 };
 
 bool IsSpace(char c)
@@ -38,12 +39,22 @@ bool IsNameCharacter(char c)
            c == ':';
 }
 
+bool IsName(const std::string& text)
+{
+    const bool begins = !text.empty() && !IsDigit(text[0]) && text[0] != '-' && text[0] != '.';
+    return begins && std::all_of(text.begin(), text.end(), IsNameCharacter);
+}
+
 // Whether XML 1.0 allows the character in a document.
 bool IsXMLCharacter(unsigned long c)
 {
     return c == '\t' || c == '\n' || c == '\r' || (c >= 0x20 && c < 0xD800) || (c >= 0xE000 && c <= 0xFFFD) ||
            (c >= 0x10000 && c <= 0x10FFFF);
 }
+
+using TAttributes = std::vector<std::pair<std::string, std::string>>;
+
+constexpr char kBlanks[] = " \t\r\n";
 
 class TReader
 {
@@ -101,6 +112,16 @@ private:
         return true;
     }
 
+    // Takes what stands in front of the end, and moves behind it. False when there is no such end.
+    bool TakeUpTo(const char* end, std::string* text)
+    {
+        const size_t start = fAt;
+        if (!SkipBehind(end))
+            return false;
+        *text = fText.substr(start, fAt - start - strlen(end));
+        return true;
+    }
+
     // The whole text is UTF-8 of characters that XML allows.
     bool CheckCharacters()
     {
@@ -128,11 +149,13 @@ private:
                 // Two hyphens end a comment, and nothing else may begin with them.
                 if (!SkipBehind("--") || !Skip(">"))
                     return Fail("a comment does not end with -->");
-            } else if (LooksAt("<?")) {
-                if (LooksAt("<?xml ") || LooksAt("<?xml?"))
-                    return Fail("the XML declaration does not stand at the beginning");
-                if (!SkipBehind("?>"))
+            } else if (Skip("<?")) {
+                std::string instruction;
+                if (!TakeUpTo("?>", &instruction))
                     return Fail("a processing instruction does not end with ?>");
+                const std::string name = instruction.substr(0, instruction.find_first_of(kBlanks));
+                if (!IsName(name) || strcasecmp(name.c_str(), "xml") == 0)
+                    return Fail("<?" + name + " cannot stand here");
             } else {
                 return true;
             }
@@ -141,44 +164,66 @@ private:
 
     bool ReadDeclaration()
     {
-        const size_t start = fAt;
-        if (!SkipBehind("?>"))
+        std::string inside;
+        if (!TakeUpTo("?>", &inside))
             return Fail("the XML declaration does not end with ?>");
-        const std::string declaration = fText.substr(start, fAt - start);
-        const size_t key = declaration.find("encoding");
-        if (key == std::string::npos)
-            return true;
-        const size_t open = declaration.find_first_of("\"'", key);
-        const size_t close = open == std::string::npos ? open : declaration.find(declaration[open], open + 1);
-        if (close == std::string::npos)
-            return Fail("the encoding is not quoted");
-        const std::string encoding = declaration.substr(open + 1, close - open - 1);
+        TAttributes attributes;
+        const bool split = SplitAttributes(inside.substr(0, inside.find_last_not_of(kBlanks) + 1), &attributes);
+        // They have an order, and only the first must be there.
+        size_t at = 0;
+        const auto take = [&](const char* name, const char* otherwise) {
+            return at < attributes.size() && attributes[at].first == name ? attributes[at++].second : otherwise;
+        };
+        const std::string version = take("version", "");
+        const std::string encoding = take("encoding", "UTF-8");
+        const std::string standalone = take("standalone", "yes");
+        if (!split || at != attributes.size() || version != "1.0" || (standalone != "yes" && standalone != "no"))
+            return Fail("the XML declaration is not <?xml version=\"1.0\" encoding=\"UTF-8\"?>");
         if (strcasecmp(encoding.c_str(), "utf-8") != 0)
             return Fail("the encoding is " + encoding + "; only UTF-8 is read");
         return true;
     }
 
-    // A document type with an internal subset would define entities, which are not read.
+    // Splits text at its blanks; what is quoted is one word, without its quotes. False when a quote is not closed.
+    static bool SplitWords(const std::string& text, std::vector<std::string>* words)
+    {
+        size_t at = 0;
+        while ((at = text.find_first_not_of(kBlanks, at)) != std::string::npos) {
+            const bool quoted = text[at] == '"' || text[at] == '\'';
+            size_t end = quoted ? text.find(text[at], at + 1) : text.find_first_of(kBlanks, at);
+            if (quoted && end == std::string::npos)
+                return false;
+            end = std::min(end, text.size());
+            words->push_back(text.substr(at + quoted, end - at - quoted));
+            at = std::min(end + quoted, text.size());
+            // A word ends at a blank.
+            if (at < text.size() && !IsSpace(text[at]))
+                return false;
+        }
+        return true;
+    }
+
+    // The name, and where its definition stands; not the definition itself, which would define entities.
     bool ReadDocumentType()
     {
-        const size_t start = fAt;
-        if (!SkipBehind(">"))
+        std::string inside;
+        std::vector<std::string> words;
+        if (!TakeUpTo(">", &inside) || !SplitWords(inside, &words))
             return Fail("the document type does not end");
-        const std::string type = fText.substr(start, fAt - start);
-        if (type.find_first_of("[<", 1) != std::string::npos)
-            return Fail("the document type has an internal subset");
-        if (type.size() < 16 || type.compare(0, 14, "<!DOCTYPE plist") == 0)
-            return Fail("the document type is cut short");
+        const size_t count = words.size();
+        const bool located = (count == 3 && words[1] == "SYSTEM") || (count == 4 && words[1] == "PUBLIC");
+        if (count == 0 || !IsSpace(inside[0]) || words[0] != "plist" || (count != 1 && !located))
+            return Fail("the document type is not that of a property list");
         return true;
     }
 
     bool ReadProlog()
     {
-        if (LooksAt("<?xml ") && !ReadDeclaration())
+        if (fText.find_first_of(kBlanks, fAt) == fAt + 5 && Skip("<?xml") && !ReadDeclaration())
             return false;
         if (!SkipMisc())
             return false;
-        if (LooksAt("<!DOCTYPE") && !ReadDocumentType())
+        if (Skip("<!DOCTYPE") && !ReadDocumentType())
             return false;
         return SkipMisc();
     }
@@ -224,6 +269,7 @@ private:
     // What follows the name, up to the > of the tag.
     bool ReadAttributes(TTag* tag)
     {
+        TAttributes attributes;
         const size_t start = fAt;
         char quote = 0;
         for (; !AtEnd() && (quote != 0 || fText[fAt] != '>'); ++fAt) {
@@ -244,29 +290,34 @@ private:
         }
         while (!rest.empty() && IsSpace(rest.back()))
             rest.pop_back();
-        tag->attributes = rest;
-        if (!rest.empty() && (tag->name != "plist" || tag->closing || !AreAttributes(rest)))
+        if (!rest.empty() && (tag->name != "plist" || tag->closing || !SplitAttributes(rest, &attributes)))
             return Fail("<" + tag->name + rest + "> has what no such tag has");
         return true;
     }
 
-    // Whether the text is blanks, a name, = and a quoted value, any number of times.
-    static bool AreAttributes(const std::string& text)
+    static bool Has(const TAttributes& attributes, const std::string& name)
+    {
+        return std::any_of(attributes.begin(), attributes.end(), [&](const auto& one) { return one.first == name; });
+    }
+
+    // Reads any number of: blanks, a name, = and a quoted value. No name may stand twice.
+    static bool SplitAttributes(const std::string& text, TAttributes* attributes)
     {
         size_t at = 0;
         while (at < text.size()) {
-            if (!IsSpace(text[at]))
+            const size_t name = text.find_first_not_of(kBlanks, at);
+            const size_t equals = text.find('=', at);
+            if (name == at || name == std::string::npos || equals == std::string::npos || equals + 1 >= text.size())
                 return false;
-            while (at < text.size() && IsSpace(text[at]))
-                ++at;
-            const size_t name = at;
-            while (at < text.size() && IsNameCharacter(text[at]))
-                ++at;
-            if (at == name || at + 1 >= text.size() || text[at] != '=' || (text[at + 1] != '"' && text[at + 1] != '\''))
+            const char quote = text[equals + 1];
+            const size_t close = text.find(quote, equals + 2);
+            if ((quote != '"' && quote != '\'') || close == std::string::npos)
                 return false;
-            const size_t close = text.find(text[at + 1], at + 2);
-            if (close == std::string::npos)
+            const std::string key = text.substr(name, equals - name);
+            const std::string value = text.substr(equals + 2, close - equals - 2);
+            if (!IsName(key) || value.find_first_of("<&") != std::string::npos || Has(*attributes, key))
                 return false;
+            attributes->emplace_back(key, value);
             at = close + 1;
         }
         return true;
@@ -379,10 +430,12 @@ private:
     {
         while (!AtEnd()) {
             if (markup && Skip("<![CDATA[")) {
-                const size_t start = fAt;
-                if (!SkipBehind("]]>"))
+                std::string section;
+                if (!TakeUpTo("]]>", &section))
                     return Fail("a CDATA section does not end with ]]>");
-                text->append(fText, start, fAt - start - 3);
+                *text += section;
+            } else if (LooksAt("]]>")) {
+                return Fail("]]> ends nothing");
             } else if (fText[fAt] == '<') {
                 return true;
             } else if (fText[fAt] == '&') {
