@@ -126,17 +126,17 @@ kern_return_t FetchRecord(unsigned char* record)
     return ReplaceFile("driver/queue-head", std::to_string(head + 1) + "\n") ? kIOReturnSuccess : kIOReturnError;
 }
 
-// Whether the method exists and takes structures of these sizes.
-bool TakesSizes(std::uint32_t selector, std::size_t input, std::size_t output)
+// Whether the method exists, takes a structure of this size and has room for what it returns.
+bool TakesSizes(std::uint32_t selector, std::size_t input, std::size_t room)
 {
     switch (selector) {
     case kBeginSession:
     case kEndSession:
-        return input == 0 && output == 0;
+        return input == 0 && room == 0;
     case kSetTimeZone:
-        return input == 4 && output == 0;
+        return input == 4 && room == 0;
     case kFetchEvent:
-        return input == 4 && output == kRecordSize;
+        return input == 4 && room >= kRecordSize;
     default:
         return false;
     }
@@ -190,6 +190,7 @@ kern_return_t CallDriver(std::uint32_t selector, const void* input, std::size_t 
         memcpy(&flag, input, sizeof flag);
         what += " " + std::to_string(flag);
         status = FetchRecord(static_cast<unsigned char*>(output));
+        *outputSize = kRecordSize;
     }
     Log(what);
     return status;
