@@ -101,6 +101,27 @@ TEST_F(ListenerOutput, ASignalEndsItAlthoughItsReaderIsStoppedAndWhatWaitedCount
     EXPECT_EQ(kSent, reader.Read().size() / event.size() + DroppedInReport(program.Errors()));
 }
 
+TEST_F(ListenerOutput, ASignalLetsOutWhatItsReaderTakes)
+{
+    TEventSource source;
+    TSlowReader reader;
+    TRunningProgram program(ToSlowReader({"--raw"}));
+    source.Accept();
+    const std::string event = BytesOf(SampleEvent(3, ""));
+    const std::size_t kSent = 5000;
+    source.SendMany(event, kSent);
+    source.WaitUntilRead();
+
+    // The signal finds most of the output waiting, and room for all of it.
+    program.Signal(SIGSTOP);
+    reader.MakeRoom(1048576);
+    program.Signal(SIGTERM);
+    program.Signal(SIGCONT);
+    EXPECT_EQ("exited 0", program.WaitForEnd());
+    EXPECT_EQ(kSent * event.size(), reader.Read().size());
+    EXPECT_EQ("", program.Errors());
+}
+
 TEST_F(ListenerOutput, EndsSilentlyWithZeroWhenItsReaderHasGone)
 {
     TEventSource source;

@@ -18,6 +18,25 @@ const char kNoDaemon[] =
     "halvorixevents: no daemon listens at /tmp/com.halvorix.halvorixd/driverevents; start halvorixd, "
     "or wait for it with --wait\n";
 
+// The time of two attempts to connect.
+void LetItTryTwice()
+{
+    using TClock = std::chrono::steady_clock;
+    const TClock::time_point end = TClock::now() + std::chrono::milliseconds(600);
+    EXPECT_TRUE(WaitUntil([&] { return TClock::now() > end; }));
+}
+
+// Connects to the socket as one more client. Returns the connection.
+int Call()
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::string(HALVORIX_EVENT_SOCKET).copy(address.sun_path, sizeof address.sun_path - 1);
+    const int caller = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    EXPECT_EQ(0, connect(caller, reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    return caller;
+}
+
 TEST_F(Listener, PrintsAnEventBeforeTheNextOneComes)
 {
     TEventSource source;
@@ -155,9 +174,7 @@ TEST_F(Listener, TakesTheSocketThatADaemonLeftBehindForNoDaemon)
 TEST_F(Listener, WaitsForTheDaemonToAppear)
 {
     TRunningProgram program(Command({"--wait"}));
-    const auto whole = std::chrono::milliseconds(600);
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(WaitUntil([&] { return std::chrono::steady_clock::now() - start > whole; }));
+    LetItTryTwice();
     EXPECT_TRUE(program.IsRunning());
 
     TEventSource source;
@@ -214,17 +231,30 @@ TEST_F(Listener, WhatWasTornOffDoesNotMixWithTheNextStream)
 TEST_F(Listener, TriesAgainWhileTheDaemonHasTooManyCallers)
 {
     TEventSource source(HALVORIX_EVENT_SOCKET, 0);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::string(HALVORIX_EVENT_SOCKET).copy(address.sun_path, sizeof address.sun_path - 1);
-    const int caller = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ASSERT_EQ(0, connect(caller, reinterpret_cast<const sockaddr*>(&address), sizeof address));
-
+    const int caller = Call();   // nobody else finds room until this one is accepted
     TRunningProgram program(Command({}));
-    source.Accept();   // the caller, after which there is room again
+    LetItTryTwice();
+    EXPECT_TRUE(program.IsRunning());
+
+    source.Accept();
     source.Accept();
     source.Send(BytesOf(SampleEvent(3, "")));
     EXPECT_TRUE(Shows(program, "type 3"));
+    close(caller);
+}
+
+TEST_F(Listener, EndsAtASignalWhileTheDaemonHasTooManyCallers)
+{
+    TEventSource source(HALVORIX_EVENT_SOCKET, 0);
+    TRunningProgram program(Command({"--reconnect"}));
+    source.Accept();
+    const int caller = Call();
+    source.EndStream();
+    EXPECT_TRUE(WaitUntil([&] { return !program.Errors().empty(); }));
+    LetItTryTwice();
+
+    program.Signal(SIGINT);
+    EXPECT_EQ("exited 0", program.WaitForEnd());
     close(caller);
 }
 

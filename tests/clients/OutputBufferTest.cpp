@@ -104,6 +104,21 @@ TEST_F(OutputBuffer, NeverBlocksOnAFullPipe)
     EXPECT_EQ("later", ReadAll());
 }
 
+TEST_F(OutputBuffer, NeverBlocksWhenThePipeHasLittleRoom)
+{
+    const std::size_t filled = FillPipe();
+    std::string some(4096, ' ');
+    ASSERT_EQ(4096, read(fPipe[0], some.data(), some.size()));
+    TOutputBuffer buffer(fPipe[1], 100000, Notice);
+    buffer.Put(std::string(65536, 'm'));
+
+    alarm(20);   // a write that waits would wait for ever
+    EXPECT_EQ(0, buffer.Write());
+    alarm(0);
+    EXPECT_EQ(1u, buffer.Waiting());
+    EXPECT_EQ(filled, ReadAll().size());
+}
+
 TEST_F(OutputBuffer, LeavesTheDescriptorBlocking)
 {
     TOutputBuffer buffer(fPipe[1], 1000, Notice);

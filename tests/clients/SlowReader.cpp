@@ -40,6 +40,11 @@ void TSlowReader::Leave()
     fPipe = -1;
 }
 
+void TSlowReader::MakeRoom(int bytes)
+{
+    EXPECT_EQ(bytes, fcntl(fPipe, F_SETPIPE_SZ, bytes));
+}
+
 const std::string& TSlowReader::Read()
 {
     char bytes[65536];

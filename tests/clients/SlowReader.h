@@ -29,6 +29,9 @@ public:
     // Reads no more: the pipe is without a reader.
     void Leave();
 
+    // Lets the pipe hold so many bytes.
+    void MakeRoom(int bytes);
+
     // Reads what is there. Returns everything that was read so far.
     const std::string& Read();
 
