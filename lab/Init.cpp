@@ -1,6 +1,9 @@
 // Process 1 of a machine: runs one main command, reaps whatever ends, and starts and signals what the machine folder asks.
 //
-// lab-init [--error-to DESCRIPTOR] [--] [PROGRAM ARGUMENT...]
+// lab-init [--launcher DESCRIPTOR] [--error-to DESCRIPTOR] [--] [PROGRAM ARGUMENT...]
+//
+// --launcher is the reading end of a pipe: init ends, and with it the machine, when nobody can write to it any more.
+// --error-to is the program's standard error.
 //
 // With a program, init ends when that does and with its status (128 and the signal's number when a signal ended it).
 // SIGTERM, SIGINT and SIGHUP end every process, then init. The requests are described in README.md.
@@ -168,6 +171,9 @@ static std::string StateText(int status)
 class TInit
 {
 public:
+    // launcher  the reading end of the launcher's pipe, or -1
+    explicit TInit(int launcher) : fLauncher(launcher) {}
+
     // Returns false, with a message printed, when the machine cannot run.
     bool Prepare();
     bool StartMain(const std::vector<std::string>& command);
@@ -183,6 +189,7 @@ private:
     void Record(pid_t process, const std::string& state);
     int ExitStatus() const;
 
+    int fLauncher;
     int fSignals = -1;
     bool fWatched = false;   // false: the system cannot watch a folder this way, so init looks often
     pid_t fMain = 0;
@@ -385,35 +392,49 @@ void TInit::Run()
         if (fMainEnded || (ending && (!fHasChildren || MonotonicSeconds() > fDeadline)))
             _exit(ExitStatus());
         ServeRequests();
-        pollfd waited = {fSignals, POLLIN, 0};
-        if (poll(&waited, 1, ending || !fWatched ? 10 : -1) > 0)
+        pollfd waited[] = {{fSignals, POLLIN, 0}, {fLauncher, 0, 0}};
+        poll(waited, 2, ending || !fWatched ? 10 : -1);
+        if (waited[1].revents != 0)
+            _exit(128 + SIGKILL);
+        if (waited[0].revents != 0)
             HandleSignal();
     }
 }
 
 // Only what a program expects is inherited; the launcher's own descriptors end here.
-static void TidyDescriptors(int error)
+static void TidyDescriptors(int launcher, int error)
 {
     if (error > STDERR_FILENO)
         dup2(error, STDERR_FILENO);
-    for (int descriptor = STDERR_FILENO + 1; descriptor < 256; ++descriptor)
-        close(descriptor);
+    for (int descriptor = STDERR_FILENO + 1; descriptor < 256; ++descriptor) {
+        if (descriptor == launcher)
+            fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+        else
+            close(descriptor);
+    }
+}
+
+// Takes "--NAME DESCRIPTOR" off the words' beginning; the other number when it does not stand there.
+static int TakeDescriptor(const std::string& name, int otherwise, std::vector<std::string>* words)
+{
+    if (words->size() < 2 || (*words)[0] != name)
+        return otherwise;
+    const int descriptor = std::atoi((*words)[1].c_str());
+    words->erase(words->begin(), words->begin() + 2);
+    return descriptor;
 }
 
 int main(int argc, char** argv)
 {
     std::vector<std::string> words(argv + 1, argv + argc);
-    int error = STDERR_FILENO;
-    if (words.size() >= 2 && words[0] == "--error-to") {
-        error = std::atoi(words[1].c_str());
-        words.erase(words.begin(), words.begin() + 2);
-    }
+    const int launcher = TakeDescriptor("--launcher", -1, &words);
+    const int error = TakeDescriptor("--error-to", STDERR_FILENO, &words);
     if (!words.empty() && words[0] == "--")
         words.erase(words.begin());
-    TidyDescriptors(error);
+    TidyDescriptors(launcher, error);
     umask(022);
 
-    TInit init;
+    TInit init(launcher);
     if (!init.Prepare())
         _exit(125);
     if (!words.empty() && !init.StartMain(words))
