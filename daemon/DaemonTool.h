@@ -19,7 +19,8 @@ public:
     THXDaemonTool();
 
     // Frees the registry, the poller and the server, in this order. Runs only when start-up fails: a termination signal ends
-    // the process without it.
+    // the process without it. Threads that have started by then are not stopped and still point here, so the process must
+    // end right behind it.
     ~THXDaemonTool() override;
 
     // Starts the daemon's services, in this order: publishes this object in gDaemonTool; waits, without a time-out, until

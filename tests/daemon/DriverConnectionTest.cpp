@@ -118,15 +118,16 @@ TEST_F(DriverConnection, AllElseIsPassedOnAsItIsGiven)
     UInt32 listening = 1;
     char record[128];
     IOByteCount size = sizeof record;
+    TCallWatch::TArguments passed;
     tool.OpenDriverConnection();
-    const TCallWatch watch("IOConnectMethodStructureIStructureO", [&](const TCallWatch::TArguments& arguments) {
-        EXPECT_EQ((TCallWatch::TArguments{static_cast<long>(tool.fConnection), 21, 4, reinterpret_cast<long>(&size),
-                                          reinterpret_cast<long>(&listening), reinterpret_cast<long>(record)}),
-                  arguments);
-    });
-    EXPECT_EQ(KERN_SUCCESS, tool.CallDriverMethod(kDriverFetchEvent, &listening, sizeof listening, record, &size));
-
-    EXPECT_EQ(1u, watch.Calls());
+    {
+        const TCallWatch watch("IOConnectMethodStructureIStructureO",
+                               [&passed](const TCallWatch::TArguments& arguments) { passed = arguments; });
+        EXPECT_EQ(KERN_SUCCESS, tool.CallDriverMethod(21, &listening, sizeof listening, record, &size));
+    }
+    EXPECT_EQ((TCallWatch::TArguments{static_cast<long>(tool.fConnection), 21, 4, reinterpret_cast<long>(&size),
+                                      reinterpret_cast<long>(&listening), reinterpret_cast<long>(record)}),
+              passed);
     EXPECT_EQ(128u, size);
     tool.CloseDriverConnection();
 }

@@ -24,13 +24,6 @@ TEST_F(Termination, TheHandlerBlocksEverySignalThatCanBeBlocked)
     }
 }
 
-TEST_F(Termination, TheProcessEndsWithStatus0)
-{
-    ASSERT_EQ(0, InstallTerminationHandler());
-    EXPECT_EXIT(raise(SIGTERM), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(raise(SIGINT), testing::ExitedWithCode(0), "");
-}
-
 TEST_F(Termination, AHandlerThatCannotBeInstalledForSIGINTIsNotTriedForSIGTERM)
 {
     const TCallWatch watch("sigaction");

@@ -43,7 +43,8 @@ struct TOrders
     std::atomic<unsigned> reached{0};
 
     std::atomic<bool> watched{false};
-    std::function<void(const TCallWatch::TArguments&)> look;
+    // A plain pointer: nothing here is destroyed at exit, which a signal may bring about while threads run.
+    std::function<void(const TCallWatch::TArguments&)>* look = nullptr;
     std::atomic<unsigned> calls{0};
 };
 
@@ -96,14 +97,28 @@ TResult AsResult(long value)
         return static_cast<TResult>(value);
 }
 
+// Held while a watch looks, so that it does not end meanwhile.
+std::mutex& WatchMutex()
+{
+    static auto* const mutex = new std::mutex;
+    return *mutex;
+}
+
+void TellWatch(TOrders& orders, const TCallWatch::TArguments& arguments)
+{
+    const std::lock_guard<std::mutex> lock(WatchMutex());
+    if (!orders.watched)
+        return;
+    ++orders.calls;
+    if (*orders.look)
+        (*orders.look)(arguments);
+}
+
 // Tells whoever watches, and decides whether this call is one of those that fail.
 bool MustFail(TOrders& orders, const TCallWatch::TArguments& arguments)
 {
-    if (orders.watched) {
-        ++orders.calls;
-        if (orders.look)
-            orders.look(arguments);
-    }
+    if (orders.watched)
+        TellWatch(orders, arguments);
     if (!orders.faultArmed)
         return false;
     if (orders.failure.firstArgument != 0 && (arguments.empty() || arguments[0] != orders.failure.firstArgument))
@@ -513,14 +528,18 @@ unsigned TFault::Reached() const
 TCallWatch::TCallWatch(const char* function, std::function<void(const TArguments&)> look) : fFunction(function)
 {
     TOrders* const orders = OrdersFor(function);
-    orders->look = std::move(look);
+    orders->look = new std::function<void(const TArguments&)>(std::move(look));
     orders->calls = 0;
     orders->watched = true;
 }
 
 TCallWatch::~TCallWatch()
 {
-    OrdersFor(fFunction)->watched = false;
+    TOrders* const orders = OrdersFor(fFunction);
+    const std::lock_guard<std::mutex> lock(WatchMutex());
+    orders->watched = false;
+    delete orders->look;
+    orders->look = nullptr;
 }
 
 unsigned TCallWatch::Calls() const
