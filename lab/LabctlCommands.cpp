@@ -80,7 +80,7 @@ static int Stop(TMachine& machine, const TWords& words)
         if (lab::MonotonicSeconds() > deadline)
             return Report(words[0] + " was told to end and still runs after 30 seconds; labctl signal " + words[0] +
                           " KILL ends it");
-        const timespec pause{0, 1000 * 1000};
+        const timespec pause{0, 1000000};
         nanosleep(&pause, nullptr);
     }
     return 0;
@@ -158,7 +158,7 @@ static std::vector<lab::TEvent> EventsFromWords(TWords words)
     event.head = options.Bytes("head");
     event.payload = options.Bytes("payload");
 
-    std::vector<lab::TEvent> events(static_cast<std::size_t>(options.Number("count", 1, 1, 1000 * 1000)), event);
+    std::vector<lab::TEvent> events(static_cast<std::size_t>(options.Number("count", 1, 1, 1000000)), event);
     const bool numbered = options.Has("count") && !options.Has("head");
     for (std::size_t i = 0; numbered && i < events.size(); ++i)
         events[i].head = NumberAsHead(i + 1);

@@ -55,7 +55,7 @@ static std::string Ask(const TMachine& machine, const std::string& request, pid_
             return "the machine ended, or did not answer within " + std::to_string(static_cast<int>(kSecondsToAnswer)) +
                    " seconds";
         }
-        const timespec pause{0, 200 * 1000};
+        const timespec pause{0, 200000};
         nanosleep(&pause, nullptr);
     }
     machine.Remove(reply);
