@@ -119,6 +119,7 @@ TEST(MachineText, EscapedTextComesBackWhole)
     for (int byte = 0; byte < 256; ++byte)
         all += static_cast<char>(byte);
     EXPECT_EQ(all, Unescape(Escape(all)));
+    EXPECT_EQ("\\x41", Unescape(Escape("\\x41")));
 }
 
 TEST(MachineText, ABackslashThatEscapesNothingStandsForItself)

@@ -121,10 +121,11 @@ TEST_F(Init, AProgramRunsWithItsArgumentsVariablesAndOutput)
 
 TEST_F(Init, AProcessStartsWithSignalsAsAProgramExpectsThem)
 {
+    // Not by way of a shell, which would put right what it finds.
     TStart start;
-    start.name = "shell";
-    start.path = "/bin/sh";
-    start.arguments = {"-c", "grep -E 'SigBlk|SigIgn' /proc/self/status"};
+    start.name = "grep";
+    start.path = "/host/usr/bin/grep";
+    start.arguments = {"-E", "SigBlk|SigIgn", "/proc/self/status"};
     EXPECT_EQ("SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n", OutputOf(start));
 }
 
