@@ -124,7 +124,9 @@ TEST_F(InitTool, NoMemoryForTheRegistryIsMinus108AndNothingElseStarts)
 
 TEST_F(InitTool, NoMemoryForTheServerIsMinus108AndTheRegistryStays)
 {
-    const TFault fault("operator new nothrow", {0, 0, sizeof(TDriverEventServer)});
+    // On some machines the registry, which comes first, has the same size.
+    const unsigned which = sizeof(TDriverEventServer) == sizeof(TVolumeRegistry) ? 2 : 1;
+    const TFault fault("operator new nothrow", {0, 0, sizeof(TDriverEventServer)}, which);
 
     EXPECT_EQ(-108, tool->InitTool());
     EXPECT_NE(nullptr, tool->fRegistry);
