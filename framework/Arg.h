@@ -83,8 +83,7 @@ public:
     // remaining  how many words there are behind argv[0]; counts down to 0 as they are claimed
     // argv       the words as they were given, argv[0] first
     // lowered    the same in lower case
-    // returns    true when every word was claimed and RequiredArgs found none missing. False at the first word that
-    // nobody
+    // returns    true when every word was claimed and RequiredArgs found none missing. False at the first word that nobody
     //            claims; standard output then gets "### Unrecognized argument: ", the word as it was given and ".\n".
     //
     // Without any descriptor the result is whether there was no word, and nothing is printed.

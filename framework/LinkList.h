@@ -63,8 +63,7 @@ public:
     // the node brings further nodes with it.
     void Append(TListNode* node);
 
-    // Returns the node at this place, counted from 0 at the head, or null when n is negative or there are no more than
-    // n.
+    // Returns the node at this place, counted from 0 at the head, or null when n is negative or there are no more than n.
     TListNode* ReturnNthNode(short n) const;
 
     // Returns the data of that node, or null when there is none.

@@ -12,8 +12,8 @@ extern "C" {
 
 // Finds a process of any user, other than the caller, by running /bin/ps.
 //
-// name     the command's name as `ps acxww` prints it: without its folder, not cut. One that holds a blank is never
-// found returns  the first such process's ID, or 0 when there is none or anything failed
+// name     the command's name as `ps acxww` prints it: without its folder, not cut. One that holds a blank is never found
+// returns  the first such process's ID, or 0 when there is none or anything failed
 //
 // Blocks until ps has ended. When ps cannot be executed, the child returns 0 from this function as well: the caller's
 // code then runs in two processes. Who must not be doubled compares getpid() with its value from before the call, and
@@ -29,8 +29,7 @@ int32_t Get_ProcessID(const char* name);
 //
 // buffer     NUL-terminated text; it is changed
 // remainder  receives the length of the unfinished last line, which is moved to the start of buffer, without its NUL; 0
-// when
-//            a process was found
+//            when a process was found
 // name       the command's name
 // returns    the process ID in the first line whose command is name, or 0 when there is none
 //
