@@ -4,8 +4,11 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <sys/eventfd.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -143,6 +146,10 @@ TEST_F(RunLoop, AStopBeforeTheRunIsWithoutEffect)
 TEST_F(RunLoop, AStopEndsTheInnermostRunOnly)
 {
     std::vector<std::string> order;
+    TTestSource last([&] {
+        order.push_back("the outer goes on");
+        StopCurrent();
+    });
     TTestSource inner([&] {
         order.push_back("inner");
         StopCurrent();
@@ -151,15 +158,17 @@ TEST_F(RunLoop, AStopEndsTheInnermostRunOnly)
         inner.fDue = true;
         CFRunLoopRun();
         order.push_back("back in the outer");
-        StopCurrent();
+        last.fDue = true;
     });
     outer.fDue = true;
     platform::AddSource(CFRunLoopGetCurrent(), kCFRunLoopDefaultMode, &outer);
     platform::AddSource(CFRunLoopGetCurrent(), kCFRunLoopDefaultMode, &inner);
+    platform::AddSource(CFRunLoopGetCurrent(), kCFRunLoopDefaultMode, &last);
 
     CFRunLoopRun();
 
-    EXPECT_EQ((std::vector<std::string>{"inner", "back in the outer"}), order);
+    EXPECT_EQ((std::vector<std::string>{"inner", "back in the outer", "the outer goes on"}), order);
+    platform::RemoveSource(CFRunLoopGetCurrent(), &last);
     platform::RemoveSource(CFRunLoopGetCurrent(), &outer);
     platform::RemoveSource(CFRunLoopGetCurrent(), &inner);
 }
@@ -234,4 +243,36 @@ TEST_F(RunLoop, ASignalDoesNotEndIt)
     source.MakeReadable();
     runner.join();
     EXPECT_EQ(1, source.fTold);
+}
+
+// The daemon's termination handler calls exit on the main thread, whatever the others do.
+TEST_F(RunLoop, AProcessMayExitWhileThreadsUseEverything)
+{
+    fflush(nullptr);
+    for (int i = 0; i < 10; ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            std::atomic<int> busy{0};
+            TTestSource source([] {});
+            std::thread waiter([&] {
+                platform::AddSource(CFRunLoopGetCurrent(), kCFRunLoopDefaultMode, &source);
+                ++busy;
+                CFRunLoopRun();
+            });
+            std::thread worker([&] {
+                for (;;) {
+                    const TScopedName driver(FirstServiceOfClass("com_halvorix_driver_Halvorix"));
+                    const TScoped<CFStringRef> text(MakeText("text"));
+                    CFStringGetLength(CFSTR("a constant"));
+                    ++busy;
+                }
+            });
+            while (busy < 20)
+                std::this_thread::yield();
+            exit(0);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(0, status);
+    }
 }
