@@ -246,33 +246,47 @@ TEST_F(RunLoop, ASignalDoesNotEndIt)
 }
 
 // The daemon's termination handler calls exit on the main thread, whatever the others do.
+static std::atomic<int> gRounds{0};
+
+// Runs after the destructors of whatever was made later, and goes on only when the threads have gone on.
+static void LetThreadsGoOn()
+{
+    const int before = gRounds;
+    if (!WaitUntil([&] { return gRounds > before + 50; }, 20))
+        _exit(3);
+}
+
+static void UseEverything()
+{
+    for (;; ++gRounds) {
+        const TScopedName driver(FirstServiceOfClass("com_halvorix_driver_Halvorix"));
+        const TScoped<CFStringRef> text(MakeText("text"));
+        if (driver.Get() == IO_OBJECT_NULL || CFStringGetLength(CFSTR("a constant")) != 10)
+            return;
+        CFRunLoopStop(CFRunLoopGetCurrent());
+    }
+}
+
+static void ExitWhileThreadsUseEverything()
+{
+    atexit(LetThreadsGoOn);
+    TTestSource source([] {});
+    std::thread waiter([&] {
+        platform::AddSource(CFRunLoopGetCurrent(), kCFRunLoopDefaultMode, &source);
+        CFRunLoopRun();
+    });
+    std::thread worker(UseEverything);
+    WaitUntil([] { return gRounds > 20; });
+    exit(0);
+}
+
 TEST_F(RunLoop, AProcessMayExitWhileThreadsUseEverything)
 {
     fflush(nullptr);
-    for (int i = 0; i < 10; ++i) {
-        const pid_t child = fork();
-        if (child == 0) {
-            std::atomic<int> busy{0};
-            TTestSource source([] {});
-            std::thread waiter([&] {
-                platform::AddSource(CFRunLoopGetCurrent(), kCFRunLoopDefaultMode, &source);
-                ++busy;
-                CFRunLoopRun();
-            });
-            std::thread worker([&] {
-                for (;;) {
-                    const TScopedName driver(FirstServiceOfClass("com_halvorix_driver_Halvorix"));
-                    const TScoped<CFStringRef> text(MakeText("text"));
-                    CFStringGetLength(CFSTR("a constant"));
-                    ++busy;
-                }
-            });
-            while (busy < 20)
-                std::this_thread::yield();
-            exit(0);
-        }
-        int status = -1;
-        waitpid(child, &status, 0);
-        EXPECT_EQ(0, status);
-    }
+    const pid_t child = fork();
+    if (child == 0)
+        ExitWhileThreadsUseEverything();
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(0, status);
 }
