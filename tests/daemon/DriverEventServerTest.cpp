@@ -509,11 +509,14 @@ TEST_F(DriverEventServer, TheDestructorReleasesTheListAndNothingElse)
     ASSERT_EQ(-50, gServer->Start());
     int ends[2];
     ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
-    // The mutex stays as well; the test holds on to it, so that the memory is not lost.
-    [[maybe_unused]] static long mutex = 0;
+    // The mutex and the client stay, so the test takes hold of them.
+    long mutex = 0;
+    long client = 0;
     {
-        const TCallWatch watch("pthread_mutex_lock",
-                               [](const TCallWatch::TArguments& arguments) { mutex = arguments[0]; });
+        const TCallWatch locks("pthread_mutex_lock",
+                               [&mutex](const TCallWatch::TArguments& arguments) { mutex = arguments[0]; });
+        const TCallWatch appended("CFArrayAppendValue",
+                                  [&client](const TCallWatch::TArguments& arguments) { client = arguments[1]; });
         ASSERT_TRUE(gServer->AddClient(ends[0]));
     }
     const THeld before = HeldByThisProcess();
@@ -521,7 +524,8 @@ TEST_F(DriverEventServer, TheDestructorReleasesTheListAndNothingElse)
 
     EXPECT_EQ(before.objects - 1, HeldByThisProcess().objects);
     EXPECT_EQ(before.descriptors, HeldByThisProcess().descriptors) << "the listening socket and the client stay open";
-    close(ends[0]);
+    delete reinterpret_cast<TEventClient*>(client);
+    delete reinterpret_cast<pthread_mutex_t*>(mutex);
     close(ends[1]);
     fExpectedLeft.objects = 0;
 }

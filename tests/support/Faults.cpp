@@ -372,6 +372,13 @@ ssize_t __wrap_write(int descriptor, const void* bytes, size_t size)
     return Call(kWrite, __real_write, descriptor, bytes, size);
 }
 
+static TListed kCFArrayAppendValue("CFArrayAppendValue");
+void __real_CFArrayAppendValue(CFMutableArrayRef, const void*);
+void __wrap_CFArrayAppendValue(CFMutableArrayRef array, const void* value)
+{
+    Call(kCFArrayAppendValue, __real_CFArrayAppendValue, array, value);
+}
+
 static TListed kCFArrayCreateMutable("CFArrayCreateMutable");
 CFMutableArrayRef __real_CFArrayCreateMutable(CFAllocatorRef, CFIndex, const CFArrayCallBacks*);
 CFMutableArrayRef __wrap_CFArrayCreateMutable(CFAllocatorRef allocator, CFIndex capacity, const CFArrayCallBacks* calls)
@@ -536,6 +543,7 @@ TCallWatch::TCallWatch(const char* function, std::function<void(const TArguments
 TCallWatch::~TCallWatch()
 {
     TOrders* const orders = OrdersFor(fFunction);
+    const TInside inside;
     const std::lock_guard<std::mutex> lock(WatchMutex());
     orders->watched = false;
     delete orders->look;
