@@ -9,8 +9,8 @@
 #include <functional>
 #include <string>
 
-// Waits until the descriptor takes at least 512 bytes, or fails at once. With select(2), since poll(2) of Mac OS X
-// knows no terminals.
+// Waits until a write of 512 bytes would not wait, or would fail at once. With select(2), since poll(2) of Mac OS X knows
+// no terminals. A terminal that blocks may have less room than that, and so may a pipe that another program fills, too.
 //
 // descriptor    less than FD_SETSIZE
 // milliseconds  how long to wait at most; 0 only looks

@@ -274,7 +274,7 @@ void TListener::ReportDropped() const
     }
 }
 
-// Were 0 or 2 closed, the socket would become standard input or error, and messages would go to the daemon.
+// Were 0 and 2 closed, the next descriptors would take their numbers, and messages would go where signals arrive.
 static void FillStandardDescriptors()
 {
     int descriptor = open("/dev/null", O_RDWR);

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 
 namespace {
@@ -38,7 +39,7 @@ TEST(PublicHeader, TheTypeIsSignedAndTheFlagIsNot)
     HalvorixEvent event;
     memset(&event, 0xFF, sizeof event);
 
-    EXPECT_EQ(-1, event.type);
+    EXPECT_EQ(std::int64_t(-1), event.type);
     EXPECT_EQ(0xFFFFFFFFu, event.queueEmpty);
     EXPECT_EQ(255, event.name[15]);
 }

@@ -191,8 +191,8 @@ protected:
         TRunningProgram program(Redirected(">&" + std::to_string(fTerminal), {}));
         source.Accept();
         source.SendMany(BytesOf(SampleEvent(3, "")), 20000);
+        ASSERT_LT(source.LongestSend(), 2);
         source.WaitUntilRead();
-        EXPECT_LT(source.LongestSend(), 2);
         EXPECT_EQ(0, fcntl(fTerminal, F_GETFL) & O_NONBLOCK);   // others write to it, too
 
         program.Signal(SIGINT);
@@ -210,16 +210,9 @@ TEST_F(ListenerTerminal, StoppedByControlSHoldsUpNobody)
     ExpectNobodyIsHeldUp();
 }
 
-TEST_F(ListenerTerminal, FrozenWithItsBufferFullHoldsUpNobody)
+TEST_F(ListenerTerminal, WhoseScreenIsFrozenHoldsUpNobody)
 {
-    // Room for less than one write: what select calls ready would block.
-    fcntl(fTerminal, F_SETFL, O_RDWR | O_NONBLOCK);
-    const std::string line(1000, 'x');
-    while (write(fTerminal, line.data(), line.size()) > 0) {
-    }
-    fcntl(fTerminal, F_SETFL, O_RDWR);
-    char bytes[100];
-    EXPECT_EQ(100, read(fScreen, bytes, sizeof bytes));
+    // In the end there is room for a part of a line: a write would wait although select calls the terminal ready.
     ExpectNobodyIsHeldUp();
 }
 
@@ -274,7 +267,7 @@ TEST_F(ListenerOutput, RefusesAClosedOutputRatherThanWriteToTheSocket)
     EXPECT_EQ("halvorixevents: standard output is closed; give it a file, a pipe or a terminal\n", errors);
 }
 
-TEST_F(ListenerOutput, AClosedStandardErrorDoesNotBecomeTheSocket)
+TEST_F(ListenerOutput, AClosedStandardErrorDoesNotBecomeAnotherDescriptor)
 {
     TEventSource source;
     TRunningProgram program(Redirected("2>&- <&-", {"--reconnect"}));
