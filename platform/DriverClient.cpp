@@ -11,6 +11,7 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <memory>
 #include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -152,7 +153,9 @@ kern_return_t Refuse(std::uint32_t selector, kern_return_t status)
 
 bool IsDriverLoaded(std::uint64_t identifier)
 {
-    const TEntry* const entry = TRegistry::Current()->Find(identifier);
+    // Held while the entry is looked at: another thread may find that the registry changed.
+    const std::shared_ptr<const TRegistry> registry = TRegistry::Current();
+    const TEntry* const entry = registry->Find(identifier);
     return entry != nullptr && entry->className == kDriverClass;
 }
 
