@@ -346,3 +346,25 @@ TEST_F(UserClient, AFetchWaitsForTheMachinesLock)
     EXPECT_TRUE(WaitUntil([&] { return fetched.load(); }));
     fetcher.join();
 }
+
+TEST_F(UserClient, AnotherThreadMayFindTheRegistryChangedDuringACall)
+{
+    const io_connect_t connection = Open();
+    std::atomic<bool> done{false};
+    std::atomic<unsigned> calls{0};
+    std::thread caller([&] {
+        while (!done) {
+            EXPECT_EQ(KERN_SUCCESS, Call(connection, 0));
+            ++calls;
+        }
+    });
+    const std::string registry = machine.ReadText("registry/ioreg.plist");
+    for (int change = 0; change < 10; ++change) {
+        EXPECT_EQ("", machine.WriteText("registry/ioreg.plist", registry));
+        const TScopedName reread(FirstServiceOfClass("IOResources"));
+    }
+    EXPECT_TRUE(WaitUntil([&] { return calls > 100; }));
+    done = true;
+    caller.join();
+    EXPECT_EQ(KERN_SUCCESS, IOServiceClose(connection));
+}
