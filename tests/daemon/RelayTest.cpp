@@ -18,6 +18,12 @@ static lab::TEvent Event(std::int32_t type, const std::string& payload = "")
     return event;
 }
 
+// A listener that nobody here wrote. What it receives goes to its standard output.
+static std::vector<std::string> SocatCommand()
+{
+    return {"/host/usr/bin/socat", "socat", "-u", std::string("UNIX-CONNECT:") + kEventSocket, "-"};
+}
+
 class Relay : public TMachineTest
 {
 protected:
@@ -72,25 +78,26 @@ protected:
 
 TEST_F(Relay, AListenerThatNobodyHereWroteGetsTheExactBytes)
 {
-    TRunningProgram socat({"/host/usr/bin/socat", "socat", "-u", std::string("UNIX-CONNECT:") + kEventSocket, "-"});
-    TListener listener;
+    TRunningProgram socat(SocatCommand());
     lab::TEvent first = Event(3, std::string("\0\x01\xff\n\r", 5) + std::string(91, '\x80'));
     first.head = std::string("\xde\xad\xbe\xef\0\0\0\1", 8);
     first.name = "disk2s3";
     const lab::TEvent second = Event(5, "second");
-    // socat may connect after the first records have gone, so its first one is that of which it surely has the whole.
+    // How many go out before socat is connected is not known; what comes last is.
     ASSERT_TRUE(WaitUntil([&] {
         machine.PostEvents({Event(9)});
         return !socat.Output().empty();
     }));
-    const std::size_t before = socat.Output().size();
     ASSERT_EQ("", machine.PostEvents({first, second}));
-    ASSERT_TRUE(WaitUntil([&] { return machine.WaitingEvents() == 0 && socat.Output().size() >= before + 256; }));
+    const std::string last = lab::TMachine::RecordBytes(second, 1);
+    ASSERT_TRUE(WaitUntil([&] {
+        const std::string output = socat.Output();
+        return output.size() >= 256 && output.substr(output.size() - 128) == last;
+    }));
 
     const std::string output = socat.Output();
     EXPECT_EQ(0u, output.size() % 128);
-    EXPECT_EQ(lab::TMachine::RecordBytes(first, 0) + lab::TMachine::RecordBytes(second, 1),
-              output.substr(output.size() - 256));
+    EXPECT_EQ(lab::TMachine::RecordBytes(first, 0) + last, output.substr(output.size() - 256));
 }
 
 TEST_F(Relay, TypesUpTo2AndNegativeOnesReachNobody)
@@ -122,7 +129,7 @@ TEST_F(Relay, ADriverThatIsUnloadedAndLoadedAgainGoesOn)
 TEST_F(Relay, AClientThatIsKilledDoesNotDisturbTheOthers)
 {
     TListener listener;
-    TRunningProgram victim({"/host/usr/bin/socat", "socat", "-u", std::string("UNIX-CONNECT:") + kEventSocket, "-"});
+    TRunningProgram victim(SocatCommand());
     ASSERT_TRUE(WaitUntil([&] {
         machine.PostEvents({Event(3)});
         return !victim.Output().empty();
@@ -160,70 +167,102 @@ static lab::TEvent NumberedEvent(unsigned number)
     return event;
 }
 
-// Every client's own fate.
-struct TFloodClient
+// A hundred clients listen to ten thousand events, and half of them vanish meanwhile, each at a moment of its own.
+class Flood : public Relay
 {
-    std::unique_ptr<TListener> listener;
-    unsigned leavesAt;   // closes its end before this event; never, when beyond the last
-};
+protected:
+    static constexpr unsigned kEvents = 10000;
+    static constexpr unsigned kBatch = 1000;   // less than the driver's queue holds
+    static constexpr int kStaying = 50;
+    static constexpr int kClosing = 25;   // close their end
+    static constexpr int kKilled = 25;    // processes of their own, ended by SIGKILL
 
-TEST_F(Relay, AHundredClientsOfWhichHalfVanishDuringTenThousandEvents)
-{
-    constexpr unsigned kEvents = 10000;
-    constexpr unsigned kClients = 100;
-    constexpr unsigned kBatch = 1000;
-    const int descriptors = SettledDescriptors();
-    std::mt19937 random(4711);
-    std::vector<TFloodClient> clients;
-    for (unsigned client = 0; client < kClients; ++client) {
-        const unsigned leavesAt = client % 2 == 0 ? kEvents + 1 : static_cast<unsigned>(random() % kEvents);
-        clients.push_back({std::make_unique<TListener>(), leavesAt});
+    struct TVanishing
+    {
+        unsigned after;   // so many events
+        std::unique_ptr<TListener> closes;
+        std::unique_ptr<TRunningProgram> isKilled;
+    };
+
+    // Connects everybody, and lets a first record out so that the counting begins alike for all.
+    void Connect()
+    {
+        const int descriptors = DescriptorsOf(daemon->Process());
+        std::mt19937 random(4711);
+        for (int client = 0; client < kStaying; ++client)
+            staying.push_back(std::make_unique<TListener>());
+        for (int client = 0; client < kClosing; ++client)
+            vanishing.push_back({unsigned(random() % kEvents), std::make_unique<TListener>(), nullptr});
+        for (int client = 0; client < kKilled; ++client)
+            vanishing.push_back(
+                {unsigned(random() % kEvents), nullptr, std::make_unique<TRunningProgram>(SocatCommand())});
+        ASSERT_TRUE(
+            WaitUntil([&] { return DescriptorsOf(daemon->Process()) >= descriptors + kStaying + kClosing + kKilled; }));
+        ASSERT_EQ("", machine.PostEvents({Event(99)}));
+        expected = lab::TMachine::RecordBytes(Event(99), 1);
+        for (const auto& listener : staying)
+            ASSERT_TRUE(listener->WaitForBytes(expected.size()));
     }
-    // A record to each, so that nobody is still waiting to be accepted when the counting begins.
-    const std::string greeting = lab::TMachine::RecordBytes(Event(99), 1);
-    ASSERT_TRUE(
-        WaitUntil([&] { return DescriptorsOf(daemon->Process()) >= descriptors + static_cast<int>(kClients); }));
-    ASSERT_EQ("", machine.PostEvents({Event(99)}));
-    for (TFloodClient& client : clients)
-        ASSERT_TRUE(client.listener->WaitForBytes(128));
 
-    std::string expected = greeting;
-    for (unsigned begin = 0; begin < kEvents; begin += kBatch) {
+    // Posts the events from this number on, and sees to it that everybody reads or vanishes until all are out.
+    void SendBatch(unsigned begin)
+    {
         std::vector<lab::TEvent> batch;
         for (unsigned number = begin; number < begin + kBatch; ++number) {
             batch.push_back(NumberedEvent(number));
             expected += lab::TMachine::RecordBytes(batch.back(), batch.back().flag);
         }
         ASSERT_EQ("", machine.PostEvents(batch));
-        for (TFloodClient& client : clients) {
-            if (client.leavesAt < begin + kBatch)
-                client.listener->Leave();
+        const auto allAreOut = [&] {
+            const std::size_t waiting = machine.WaitingEvents();
+            Vanish(begin + kBatch - static_cast<unsigned>(waiting));
+            for (const auto& listener : staying)
+                listener->Receive();
+            for (const TVanishing& one : vanishing) {
+                if (one.closes != nullptr)
+                    one.closes->Receive();
+            }
+            return waiting == 0;
+        };
+        ASSERT_TRUE(WaitUntil(allAreOut, 120));
+    }
+
+    // Lets those go whose moment has come.
+    void Vanish(unsigned events)
+    {
+        for (auto one = vanishing.begin(); one != vanishing.end();) {
+            if (one->isKilled != nullptr && one->after <= events)
+                one->isKilled->Signal(SIGKILL);
+            one = one->after <= events ? vanishing.erase(one) : one + 1;
         }
-        ASSERT_TRUE(WaitUntil(
-            [&] {
-                for (TFloodClient& client : clients)
-                    client.listener->Receive();
-                return machine.WaitingEvents() == 0;
-            },
-            120));
+    }
+
+    std::vector<std::unique_ptr<TListener>> staying;
+    std::vector<TVanishing> vanishing;
+    std::string expected;
+};
+
+TEST_F(Flood, WhoeverStaysHasAllTenThousandEventsInOrder)
+{
+    const int descriptors = SettledDescriptors();
+    ASSERT_NO_FATAL_FAILURE(Connect());
+    for (unsigned begin = 0; begin < kEvents; begin += kBatch) {
+        ASSERT_NO_FATAL_FAILURE(SendBatch(begin));
         if (begin == kEvents / 2) {
             ASSERT_EQ("", machine.UnloadDriver());
             ASSERT_EQ("", machine.LoadDriver());
         }
     }
-    for (TFloodClient& client : clients) {
-        if (client.leavesAt <= kEvents)
-            continue;
-        ASSERT_TRUE(client.listener->WaitForBytes(expected.size()));
-        EXPECT_TRUE(expected == client.listener->Receive()) << "all records, in order";
+    EXPECT_TRUE(vanishing.empty());
+    for (const auto& listener : staying) {
+        ASSERT_TRUE(listener->WaitForBytes(expected.size()));
+        EXPECT_TRUE(expected == listener->Receive()) << "all records, in order";
     }
 
-    ASSERT_EQ("", machine.PostEvents({Event(99)}));
-    EXPECT_TRUE(WaitUntil([&] {
-        return DescriptorsOf(daemon->Process()) == descriptors + static_cast<int>(kClients) / 2;
-    })) << DescriptorsOf(daemon->Process())
-        << " descriptors";
+    // One more event, and the daemon holds nothing of those who have gone.
+    EXPECT_EQ(descriptors + kStaying, SettledDescriptors());
     EXPECT_EQ(0, ChildrenOf(daemon->Process()));
+    staying.clear();
 }
 
 // AddressSanitizer keeps freed memory back for a while, which looks like growth.

@@ -33,7 +33,8 @@ void StartLoginSession(const lab::TMachine& machine)
 // A descriptor connected to the daemon, or -1.
 static int Connect()
 {
-    const int connected = socket(AF_UNIX, SOCK_STREAM, 0);
+    // No program that the test starts may keep the connection open.
+    const int connected = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     struct sockaddr_un address;
     memset(&address, 0, sizeof address);
     address.sun_family = AF_UNIX;
