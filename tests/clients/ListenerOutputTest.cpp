@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <string>
 #include <sys/resource.h>
 #include <termios.h>
@@ -101,6 +102,18 @@ TEST_F(ListenerOutput, ASignalEndsItAlthoughItsReaderIsStoppedAndWhatWaitedCount
     EXPECT_EQ(kSent, reader.Read().size() / event.size() + DroppedInReport(program.Errors()));
 }
 
+// Whether the process stands still, by /proc. A signal that stops takes effect a moment after it is sent.
+static bool IsStopped(pid_t process)
+{
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind("State:\tT", 0) == 0)
+            return true;
+    }
+    return false;
+}
+
 TEST_F(ListenerOutput, ASignalLetsOutWhatItsReaderTakes)
 {
     TEventSource source;
@@ -114,6 +127,7 @@ TEST_F(ListenerOutput, ASignalLetsOutWhatItsReaderTakes)
 
     // The signal finds most of the output waiting, and room for all of it.
     program.Signal(SIGSTOP);
+    ASSERT_TRUE(WaitUntil([&program] { return IsStopped(program.Process()); }));
     reader.MakeRoom(1048576);
     program.Signal(SIGTERM);
     program.Signal(SIGCONT);
