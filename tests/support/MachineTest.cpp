@@ -1,12 +1,9 @@
 #include "tests/support/MachineTest.h"
 
 #include "platform/Counts.h"
+#include "tests/support/RunningDaemon.h"
 
 #include <chrono>
-#include <cstdio>
-#include <dirent.h>
-#include <fstream>
-#include <string>
 #include <thread>
 #include <unistd.h>
 
@@ -30,40 +27,12 @@ static bool MemoryIsLeaked()
 }
 #endif
 
-// The names in a folder that are numbers: descriptors in /proc/self/fd, processes in /proc.
-static std::vector<int> NumbersInFolder(const char* folder)
-{
-    std::vector<int> numbers;
-    DIR* const open = opendir(folder);
-    while (const dirent* const entry = open != nullptr ? readdir(open) : nullptr) {
-        int number = 0;
-        if (sscanf(entry->d_name, "%d", &number) == 1)
-            numbers.push_back(number);
-    }
-    if (open != nullptr)
-        closedir(open);
-    return numbers;
-}
-
-static int ParentOfProcess(int process)
-{
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    std::string line;
-    int parent = 0;
-    while (std::getline(status, line)) {
-        if (sscanf(line.c_str(), "PPid: %d", &parent) == 1)
-            break;
-    }
-    return parent;
-}
-
 THeld HeldByThisProcess()
 {
     const platform::TCounts counts = platform::CurrentCounts();
     THeld held;
-    held.descriptors = static_cast<int>(NumbersInFolder("/proc/self/fd").size());
-    for (const int process : NumbersInFolder("/proc"))
-        held.children += ParentOfProcess(process) == getpid();
+    held.descriptors = DescriptorsOf(getpid());
+    held.children = ChildrenOf(getpid());
     held.objects = counts.objects;
     held.references = counts.references;
     held.overReleases = counts.overReleases;
