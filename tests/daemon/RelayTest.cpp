@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <limits>
 #include <memory>
 #include <random>
 #include <sys/stat.h>
@@ -303,12 +304,17 @@ protected:
 
 TEST_F(RestlessRelay, ThousandsOfFetchesKeepNothing)
 {
-    constexpr std::size_t kWarmUp = 2000;
-    constexpr std::size_t kMeasured = 2000;
-    ASSERT_TRUE(WaitUntil([this] { return Fetches() >= kWarmUp; }, 120));
-    const long kilobytes = ResidentKilobytesOf(daemon->Process());
-    ASSERT_TRUE(WaitUntil([this] { return Fetches() >= kWarmUp + kMeasured; }, 120));
+    constexpr std::size_t kFetches = 2000;
+    ASSERT_TRUE(WaitUntil([this] { return Fetches() >= kFetches; }, 120));
 
-    // Less than 64 bytes a fetch.
-    EXPECT_LE(ResidentKilobytesOf(daemon->Process()), kilobytes + 125);
+    // What is kept at every fetch shows in each stretch; what an allocator takes now and then does not.
+    long least = std::numeric_limits<long>::max();
+    for (std::size_t stretch = 2; stretch <= 4; ++stretch) {
+        const long before = ResidentKilobytesOf(daemon->Process());
+        ASSERT_TRUE(WaitUntil([&] { return Fetches() >= stretch * kFetches; }, 120));
+        least = std::min(least, ResidentKilobytesOf(daemon->Process()) - before);
+    }
+
+    // Less than 32 bytes a fetch.
+    EXPECT_LE(least, 62);
 }
