@@ -34,12 +34,21 @@ std::string ReadWholeFile(int descriptor)
     }
 }
 
-bool ReadNumber(const std::string& name, long long* number)
+bool ReadText(const std::string& name, std::string* text)
 {
+    text->clear();
     const TDescriptor file(open(MachinePath(name).c_str(), O_RDONLY | O_CLOEXEC));
     if (!file)
         return false;
-    const std::string text = ReadWholeFile(file.Get());
+    *text = ReadWholeFile(file.Get());
+    return true;
+}
+
+bool ReadNumber(const std::string& name, long long* number)
+{
+    std::string text;
+    if (!ReadText(name, &text))
+        return false;
     char* end = nullptr;
     const long long read = strtoll(text.c_str(), &end, 10);
     if (end != text.c_str())

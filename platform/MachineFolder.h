@@ -32,6 +32,9 @@ private:
 // What is left of the file, up to its end or the first error.
 std::string ReadWholeFile(int descriptor);
 
+// Reads a file of the machine whole. Returns false, and leaves the text empty, when there is no such file.
+bool ReadText(const std::string& name, std::string* text);
+
 // Reads the signed decimal number that a file of the machine begins with. Returns false when there is no such file; a
 // file without a number leaves it as it was.
 bool ReadNumber(const std::string& name, long long* number);
