@@ -1,9 +1,8 @@
-// Core Foundation's property lists, made from plist::TValue and back.
+#include "platform/PropertyLists.h"
 
 #include "platform/Collections.h"
 #include "platform/Data.h"
 #include "platform/Numbers.h"
-#include "platform/PropertyList.h"
 #include "platform/Strings.h"
 #include "platform/Text.h"
 
@@ -72,6 +71,15 @@ static TReference MakeObject(const plist::TValue& value, CFOptionFlags mutabilit
     }
     return TReference();
 }
+
+namespace platform {
+
+CFPropertyListRef MakePropertyList(const plist::TValue& value)
+{
+    return MakeObject(value, kCFPropertyListImmutable).Give();
+}
+
+}   // namespace platform
 
 CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef, CFDataRef xml, CFOptionFlags mutability,
                                                   CFStringRef* errorString)
