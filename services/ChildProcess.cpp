@@ -97,7 +97,22 @@ pid_t TChildProcess::Wait(int* status)
     return waitpid(fProcess, status, 0);
 }
 
+bool TChildProcess::WaitForSuccess()
+{
+    int status = 0;
+    return Wait(&status) != -1 && ExitedWith(status, 0);
+}
+
 bool TChildProcess::ExitedWith(int status, int code)
 {
     return WIFEXITED(status) && WEXITSTATUS(status) == code;
+}
+
+UInt32 RunAndTellSuccess(const TCommand& command)
+{
+    TChildProcess child;
+    const EChildStart started = child.Start(command);
+    if (started != kChildStarted)
+        return started == kInChild;
+    return child.WaitForSuccess();
 }

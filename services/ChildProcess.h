@@ -11,6 +11,8 @@
 #ifndef HALVORIX_SERVICES_CHILDPROCESS_H
 #define HALVORIX_SERVICES_CHILDPROCESS_H
 
+#include <CoreServices/CoreServices.h>
+
 #include <cstddef>
 #include <sys/types.h>
 
@@ -86,6 +88,10 @@ public:
     // returns  what waitpid returned: the child's process ID, or -1
     pid_t Wait(int* status);
 
+    // Waits until the child has ended, and tells whether it ended well: exited with 0. A signal, another exit code and a
+    // wait that fails are no success.
+    bool WaitForSuccess();
+
     // Whether a wait status tells of a program that exited with this code, and was not killed by a signal.
     static bool ExitedWith(int status, int code);
 
@@ -97,5 +103,12 @@ private:
     int fReadEnd;     // -1: closed, or there is no pipe
     int fWriteEnd;
 };
+
+// Runs a program to its end without reading what it prints.
+//
+// command  with kKeepOutput: nobody reads a pipe here, and a program that fills it would never end
+// returns  1 when the program exited with 0; 0 when it ended otherwise, or when it could not be forked or waited for.
+//          With kReturnToCaller, 1 in a child that could not execute it
+UInt32 RunAndTellSuccess(const TCommand& command);
 
 #endif

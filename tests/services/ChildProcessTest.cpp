@@ -1,4 +1,5 @@
 #include "services/ChildProcess.h"
+#include "tests/support/BothSides.h"
 #include "tests/support/Faults.h"
 #include "tests/support/MachineTest.h"
 
@@ -270,6 +271,48 @@ TEST_F(ChildProcess, AWaitThatFailsIsToldAndWritesNoStatus)
     }
     EXPECT_EQ(77, status);
     EXPECT_GT(child.Wait(&status), 0);
+}
+
+TEST_F(ChildProcess, RunningTellsSuccessOfAnExitWithZeroAlone)
+{
+    const TCommand command = Command(kKeepOutput);
+    LetTool("exit 0\n");
+    EXPECT_EQ(1u, RunAndTellSuccess(command));
+    LetTool("exit 1\n");
+    EXPECT_EQ(0u, RunAndTellSuccess(command));
+    LetTool("exit 253\n");
+    EXPECT_EQ(0u, RunAndTellSuccess(command));
+    LetTool("signal 9\n");
+    EXPECT_EQ(0u, RunAndTellSuccess(command));
+}
+
+TEST_F(ChildProcess, RunningTellsOfNoSuccessWhenForkingFails)
+{
+    const TFault fault("fork", {-1, EAGAIN});
+    const TCallWatch watch("waitpid");
+
+    EXPECT_EQ(0u, RunAndTellSuccess(Command(kKeepOutput)));
+    EXPECT_EQ(0u, watch.Calls());
+}
+
+TEST_F(ChildProcess, RunningTellsOfNoSuccessWhenWaitingFails)
+{
+    LetTool("exit 0\n");
+    {
+        const TFault fault("waitpid", {-1, EINTR});
+        EXPECT_EQ(0u, RunAndTellSuccess(Command(kKeepOutput)));
+    }
+    EXPECT_GT(waitpid(-1, nullptr, 0), 0);
+}
+
+TEST_F(ChildProcess, RunningTellsSuccessWhereAProgramCouldNotBeExecuted)
+{
+    ASSERT_EQ("", machine.SetToolMissing("ps", true));
+
+    EXPECT_EQ(1u, RunAndTellSuccess(Command(kKeepOutput, kKeepUser, kExitWithZero)));
+    const TReturns returns =
+        ReturnsOf([this] { return RunAndTellSuccess(Command(kKeepOutput, kKeepUser, kReturnToCaller)); });
+    EXPECT_EQ((std::vector<long>{1}), returns.inChild);
 }
 
 // Reports over a pipe, from the child, when it becomes root.
