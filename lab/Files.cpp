@@ -138,6 +138,14 @@ std::vector<std::string> SplitLines(const std::string& text)
     return lines;
 }
 
+std::string InWords(const std::vector<std::string>& texts)
+{
+    std::string text;
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        text += (i == 0 ? "" : i + 1 == texts.size() ? " and " : ", ") + texts[i];
+    return text.empty() ? "none" : text;
+}
+
 std::string BaseName(const std::string& path)
 {
     return path.substr(path.rfind('/') + 1);

@@ -32,6 +32,9 @@ std::vector<std::string> SplitLines(const std::string& text);
 // The parts between separators; "a,,b" has three.
 std::vector<std::string> Split(const std::string& text, char separator);
 
+// The texts in a row for people: "disk0, disk1 and disk2"; "none" when there are none.
+std::string InWords(const std::vector<std::string>& texts);
+
 // The part of the path behind its last slash.
 std::string BaseName(const std::string& path);
 

@@ -7,6 +7,8 @@
 #ifndef HALVORIX_LAB_MACHINE_H
 #define HALVORIX_LAB_MACHINE_H
 
+#include "platform/PropertyList.h"
+
 #include <cstdint>
 #include <string>
 #include <sys/types.h>
@@ -60,6 +62,15 @@ struct TStart
     std::string output;                     // a file for standard output and error; empty: /dev/null
 };
 
+// A mounted volume.
+struct TMount
+{
+    std::string bsdName;
+    std::string path;                   // "/Volumes/Backup"; "/" for the start-up volume
+    int number = 0;                     // the volume reference number: -100 for the start-up volume, then downwards
+    std::vector<std::string> options;   // what the mount was asked for
+};
+
 class TMachine
 {
 public:
@@ -105,7 +116,40 @@ public:
     // Media in the I/O Registry
     // Adds an IOMedia entry with this BSD name below the entry with the other name ("" = below Root).
     std::string AddMedium(const std::string& bsdName, const std::string& below, std::uint64_t size, bool whole);
+    // Removes it and what is below it, from the device tree as well. Their volumes' folders and mounts stay.
     std::string RemoveMedium(const std::string& bsdName);
+
+    // The I/O Registry. An entry is named by its BSD name or else by its IORegistryEntryName (the first such; "Root" is
+    // the root). An entry that stands in the device tree, too, has the same properties there.
+    std::string AddEntry(const std::string& below, const std::string& className, const std::string& name,
+                         const plist::TValue& properties = plist::TValue::Dictionary());
+    std::string SetProperty(const std::string& entry, const std::string& key, plist::TValue value);
+    std::string RemoveProperty(const std::string& entry, const std::string& key);   // fails when it has none
+    // "IOService:/..." as IORegistryEntryFromPath takes it: the root and the computer's own entry below it have no part in
+    // it. Empty when no entry has the name or it does not stand below the computer's own.
+    std::string EntryPath(const std::string& entry) const;
+    // The device tree, by path: "/", "/options", "/pci@f4000000/ata-6@D".
+    std::string SetDeviceTreeProperty(const std::string& path, const std::string& key, plist::TValue value);
+    std::string RemoveDeviceTreeProperty(const std::string& path, const std::string& key);
+    // A property of "/options" as text: a truth is "true" or "false", a number decimal. Empty when there is none.
+    std::string FirmwareVariable(const std::string& name) const;
+
+    // Volumes
+    // Makes the volume's folder and a volume.plist with these, Owners, Journaled (on HFS) and Indexed true, and on HFS an
+    // identifier and a UUID of its own, on UFS a UUID. What was there before is erased. Needs no medium and mounts nothing.
+    std::string AddVolume(const std::string& bsdName, const std::string& name, const std::string& kind = "hfs");
+    plist::TValue Volume(const std::string& bsdName) const;   // volume.plist; an empty dictionary when there is none
+    std::string SetVolumeProperty(const std::string& bsdName, const std::string& key, plist::TValue value);
+    std::string RemoveVolumeProperty(const std::string& bsdName, const std::string& key);   // fails when it has none
+    std::string VolumeFiles(const std::string& bsdName) const;                              // the folder with its files
+    std::vector<TMount> Mounts() const;                        // by number, the start-up volume first
+    std::string MountPath(const std::string& bsdName) const;   // empty when it is not mounted
+    // These ask init and need a running machine. What Disk Arbitration is to refuse is not refused to them.
+    std::string MountVolume(const std::string& bsdName, const std::vector<std::string>& options = {});
+    std::string UnmountVolume(const std::string& bsdName, bool force = false);
+    std::string RenameVolume(const std::string& bsdName, const std::string& name);
+    // lines as lab/README.md lists them; empty text: nothing is refused any more
+    std::string SetRefusals(const std::string& bsdName, const std::string& lines);
 
 private:
     std::string fFolder;

@@ -2,18 +2,15 @@
 
 #include "lab/Files.h"
 #include "lab/Machine.h"
+#include "lab/Requests.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <time.h>
 #include <unistd.h>
 
 namespace lab {
-
-constexpr double kSecondsToAnswer = 30;
 
 bool TMachine::IsRunning() const
 {
@@ -26,45 +23,14 @@ bool TMachine::IsRunning() const
     return held;
 }
 
-// A name that no other request of any process has.
-static std::string RequestName()
-{
-    static std::atomic<unsigned> count{0};
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return std::to_string(getpid()) + "." + std::to_string(++count) + "." + std::to_string(now.tv_nsec);
-}
-
-// Asks init and waits for its answer. Returns an empty text and the process it names, or what went wrong.
+// Asks for something about a process. Returns an empty text and the process that the answer names, or what went wrong.
 static std::string Ask(const TMachine& machine, const std::string& request, pid_t* process)
 {
-    if (!machine.IsRunning())
-        return "the machine " + machine.Folder() + " is not running; lab/sandbox --folder " + machine.Folder() +
-               " runs it";
-    const std::string name = RequestName();
-    const std::string error = machine.WriteText("requests/" + name, request);
-    if (!error.empty())
-        return error;
-
-    const std::string reply = "replies/" + name;
-    const double deadline = MonotonicSeconds() + kSecondsToAnswer;
     std::string answer;
-    while ((answer = machine.ReadText(reply)).empty()) {
-        if (MonotonicSeconds() > deadline || !machine.IsRunning()) {
-            machine.Remove("requests/" + name);
-            return "the machine ended, or did not answer within " + std::to_string(static_cast<int>(kSecondsToAnswer)) +
-                   " seconds";
-        }
-        const timespec pause{0, 200000};
-        nanosleep(&pause, nullptr);
-    }
-    machine.Remove(reply);
-    answer = answer.substr(0, answer.find('\n'));
-    if (answer.rfind("ok ", 0) != 0)
-        return answer.substr(answer.find(' ') + 1);
-    if (process)
+    const std::string error = AskInit(machine, request, &answer);
+    if (error.empty() && process)
         *process = static_cast<pid_t>(std::atoi(answer.c_str() + 3));
-    return "";
+    return error;
 }
 
 // Adds a line to the request, unless the text would make two of it.

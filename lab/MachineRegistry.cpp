@@ -13,15 +13,6 @@ namespace lab {
 static const char* const kDriverClass = "com_halvorix_driver_Halvorix";
 static const char* const kUnloadedDriver = "driver/unloaded.plist";
 
-// "disk0, disk1 and disk2"
-static std::string InWords(const std::vector<std::string>& names)
-{
-    std::string text;
-    for (std::size_t i = 0; i < names.size(); ++i)
-        text += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
-    return text.empty() ? "none" : text;
-}
-
 static std::string NoSuchMedium(const std::string& bsdName, TRegistry& registry)
 {
     return "no disk has the name " + bsdName + "; the machine has " + InWords(registry.MediumNames());
@@ -81,7 +72,7 @@ std::string TMachine::UnloadDriver()
         error = WriteText(kUnloadedDriver, plist::Write(*driver.entry));
     if (!error.empty())
         return error;
-    TRegistry::Remove(driver);
+    registry.Remove(driver);
     error = registry.Save();
     if (error.empty()) {
         Remove("driver/queue");
@@ -156,7 +147,7 @@ std::string TMachine::RemoveMedium(const std::string& bsdName)
     const TFoundEntry medium = registry.FindMedium(bsdName);
     if (!medium.entry || bsdName.empty())
         return NoSuchMedium(bsdName, registry);
-    TRegistry::Remove(medium);
+    registry.Remove(medium);
     return registry.Save();
 }
 

@@ -1,4 +1,4 @@
-// The I/O Registry's file as a tree that can be searched and changed.
+// The I/O Registry's files as trees that can be searched and changed.
 
 #ifndef HALVORIX_LAB_REGISTRY_H
 #define HALVORIX_LAB_REGISTRY_H
@@ -11,7 +11,7 @@
 
 namespace lab {
 
-// An entry and where it hangs. Pointers hold until the tree is changed.
+// An entry and where it hangs. Pointers hold until its tree is changed.
 struct TFoundEntry
 {
     plist::TValue* entry = nullptr;    // null when nothing was found
@@ -29,27 +29,44 @@ public:
     const std::string& Error() const { return fError; }
 
     plist::TValue& Root() { return fRoot; }
+    plist::TValue& DeviceTree() { return fDeviceTree; }
 
-    // The first entry, parents before their children, for which the condition holds.
+    // The first entry of the IOService plane, parents before their children, for which the condition holds.
     TFoundEntry Find(const std::function<bool(const plist::TValue&)>& condition);
     TFoundEntry FindClass(const std::string& className);
     TFoundEntry FindMedium(const std::string& bsdName);
+    // By its BSD name, or else by its name.
+    TFoundEntry FindNamed(const std::string& name);
+
+    // The entry of the IOService plane with this identifier, and that of the device tree; an entry may stand in both.
+    plist::TValue* WithIdentifier(long long identifier);
+    plist::TValue* InDeviceTree(long long identifier);
+    // The device tree's entry with this path, "/" or "/pci@f4000000/ata-6@D"; null when there is none.
+    plist::TValue* AtDeviceTreePath(const std::string& path);
+
+    // Sets a property of the entry in both planes, if it stands in both; null removes it. Returns an empty text, or one line
+    // that says why not: there is no such property to remove, or the key is one that only makes up the tree.
+    std::string ChangeProperty(long long identifier, const std::string& key, const plist::TValue* value);
 
     // The BSD names of all media, in the registry's order.
     std::vector<std::string> MediumNames();
 
     // Adds the entry as the parent's last child. It and those below it receive identifiers that were never used.
     void Add(plist::TValue* parent, plist::TValue entry);
-    static void Remove(const TFoundEntry& found);
+    // Removes the entry of the IOService plane and those below it, from the device tree as well.
+    void Remove(const TFoundEntry& found);
 
-    // Writes the tree and the next identifier. Returns an empty text, or one line that says what failed.
+    // Writes the trees that were changed and the next identifier. Returns an empty text, or one line that says what failed.
     std::string Save() const;
 
 private:
     void GiveIdentifiers(plist::TValue* entry);
+    void RemoveFromDeviceTree(const plist::TValue& entry);
 
     std::string fFolder;
     plist::TValue fRoot;
+    plist::TValue fDeviceTree;
+    bool fDeviceTreeChanged = false;
     std::string fError;
     long long fNextIdentifier = 0;
 };
@@ -62,6 +79,12 @@ bool TruthOf(const plist::TValue& entry, const std::string& key);
 
 // The entry's children, which may be none.
 const std::vector<plist::TValue>& ChildrenOf(const plist::TValue& entry);
+
+// Its name in its plane with its location: "k2-sata@0", "/", "@0:3".
+std::string NameWithLocation(const plist::TValue& entry);
+
+// Takes the key out of a dictionary. Returns whether it was there.
+bool RemoveKey(plist::TValue* dictionary, const std::string& key);
 
 // An entry of this class and name, with nothing more in it.
 plist::TValue MakeEntry(const std::string& className, const std::string& name);
