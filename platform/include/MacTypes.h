@@ -27,6 +27,13 @@ typedef unsigned char Boolean;
 typedef UInt16 UniChar;
 typedef SInt16 OSErr;
 typedef SInt32 OSStatus;
+typedef UInt32 OptionBits;
+typedef UInt32 OSType;         // four characters, the first in the most significant byte
+typedef UInt32 TextEncoding;   // a script; 0 is Mac Roman
+typedef unsigned long ItemCount;
+typedef unsigned long UniCharCount;
+typedef char* Ptr;
+typedef Ptr* Handle;
 
 // Pascal strings: a length byte, then that many characters.
 typedef unsigned char* StringPtr;
@@ -34,8 +41,33 @@ typedef const unsigned char* ConstStr255Param;
 
 enum
 {
-    noErr = 0
+    noErr = 0,
+    kNilOptions = 0
 };
+
+struct Point
+{
+    short v;
+    short h;
+};
+typedef struct Point Point;
+
+struct Rect
+{
+    short top;
+    short left;
+    short bottom;
+    short right;
+};
+typedef struct Rect Rect;
+
+// What the Process Manager calls a process; it is no process ID.
+struct ProcessSerialNumber
+{
+    UInt32 highLongOfPSN;
+    UInt32 lowLongOfPSN;
+};
+typedef struct ProcessSerialNumber ProcessSerialNumber;
 
 // A version of system software in binary-coded decimal. Whatever the host's byte order, the four bytes read as one
 // unsigned 32-bit number whose most significant byte is majorRev, so versions compare as numbers.
@@ -53,5 +85,6 @@ struct NumVersion
     UInt8 majorRev;
 #endif
 };
+typedef struct NumVersion NumVersion;
 
 #endif
