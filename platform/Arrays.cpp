@@ -122,6 +122,14 @@ CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef, CFIndex, const CFArrayCal
     return Make<__CFArray>(kArrayType, callBacks, true);
 }
 
+CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex count, const CFArrayCallBacks* callBacks)
+{
+    auto* const array = Make<__CFArray>(kArrayType, callBacks, false);
+    for (CFIndex i = 0; i < count; ++i)
+        array->Insert(array->fValues.size(), values[i]);
+    return array;
+}
+
 CFIndex CFArrayGetCount(CFArrayRef array)
 {
     return As<__CFArray>(array, kArrayType)->fCount;

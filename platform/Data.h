@@ -12,7 +12,7 @@ namespace platform {
 // The caller releases it.
 CFDataRef MakeData(std::string bytes, bool isMutable);
 
-const std::string& BytesOf(CFDataRef data);
+std::string BytesOf(CFDataRef data);
 
 }   // namespace platform
 

@@ -144,6 +144,27 @@ CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex, const 
     return Make<__CFDictionary>(kDictionaryType, keyCallBacks, valueCallBacks, true);
 }
 
+CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void** values, CFIndex count,
+                                   const CFDictionaryKeyCallBacks* keyCallBacks,
+                                   const CFDictionaryValueCallBacks* valueCallBacks)
+{
+    auto* const dictionary = Make<__CFDictionary>(kDictionaryType, keyCallBacks, valueCallBacks, false);
+    for (CFIndex i = 0; i < count; ++i) {
+        if (!dictionary->Has(keys[i]))
+            dictionary->Set(keys[i], values[i]);
+    }
+    return dictionary;
+}
+
+CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef, CFIndex, CFDictionaryRef dictionary)
+{
+    const __CFDictionary* const copied = ToBeRead(dictionary);
+    auto* const copy = Make<__CFDictionary>(kDictionaryType, &copied->fKeyCalls, &copied->fValueCalls, true);
+    for (const TPair& pair : copied->fPairs)
+        copy->Set(pair.key, pair.value);
+    return copy;
+}
+
 CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary)
 {
     return static_cast<CFIndex>(ToBeRead(dictionary)->fPairs.size());

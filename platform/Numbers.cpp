@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <ctime>
 #include <functional>
 #include <limits>
 #include <type_traits>
@@ -274,6 +275,15 @@ static CFHashCode HashOfDate(const TObject* date)
 }
 
 static const TType kDateType = {"CFDate", 33, Destroy<__CFDate>, DatesAreEqual, HashOfDate};
+
+CFAbsoluteTime CFAbsoluteTimeGetCurrent(void)
+{
+    // From 1 January 1970, where the system's clock starts, to 1 January 2001: 11323 days.
+    constexpr double kEpoch = 11323.0 * 86400;
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return static_cast<double>(now.tv_sec) - kEpoch + static_cast<double>(now.tv_nsec) / 1e9;
+}
 
 CFTypeID CFDateGetTypeID(void)
 {

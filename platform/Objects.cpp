@@ -7,7 +7,12 @@
 #include <cstdlib>
 #include <limits>
 
+// Never looked into: two addresses that differ.
+static const char gMalloc = 0;
+static const char gNull = 0;
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
+const CFAllocatorRef kCFAllocatorMalloc = reinterpret_cast<CFAllocatorRef>(&gMalloc);
+const CFAllocatorRef kCFAllocatorNull = reinterpret_cast<CFAllocatorRef>(&gNull);
 
 namespace platform {
 

@@ -92,9 +92,73 @@ CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef, CFDataRef xml,
     return read ? MakeObject(value, mutability).Give() : nullptr;
 }
 
+// Whether there is a value for an object
+
+static std::vector<const void*> KeysOf(CFDictionaryRef dictionary)
+{
+    std::vector<const void*> keys(static_cast<size_t>(CFDictionaryGetCount(dictionary)));
+    CFDictionaryGetKeysAndValues(dictionary, keys.data(), nullptr);
+    return keys;
+}
+
+// Looks through an object and all that is in it.
+class TValidity
+{
+public:
+    explicit TValidity(CFPropertyListFormat format) : fIsXML(format == kCFPropertyListXMLFormat_v1_0) {}
+
+    bool IsValid(CFTypeRef object)
+    {
+        const CFTypeID type = CFGetTypeID(object);
+        if (type == CFStringGetTypeID() || type == CFDataGetTypeID())
+            return true;
+        if (type == CFNumberGetTypeID() || type == CFBooleanGetTypeID() || type == CFDateGetTypeID())
+            return fIsXML;
+        if (type != CFArrayGetTypeID() && type != CFDictionaryGetTypeID())
+            return false;
+        // By what it stands in, not by depth alone: what holds itself twice would be gone through 2^512 times.
+        if (fAround.size() == plist::kMaximumDepth || std::count(fAround.begin(), fAround.end(), object) != 0)
+            return false;
+        fAround.push_back(object);
+        const bool valid = type == CFArrayGetTypeID() ? IsValidArray(static_cast<CFArrayRef>(object))
+                                                      : IsValidDictionary(static_cast<CFDictionaryRef>(object));
+        fAround.pop_back();
+        return valid;
+    }
+
+private:
+    bool IsValidArray(CFArrayRef array)
+    {
+        for (CFIndex i = 0; i < CFArrayGetCount(array); ++i) {
+            if (!IsValid(CFArrayGetValueAtIndex(array, i)))
+                return false;
+        }
+        return true;
+    }
+
+    bool IsValidDictionary(CFDictionaryRef dictionary)
+    {
+        const std::vector<const void*> keys = KeysOf(dictionary);
+        return std::all_of(keys.begin(), keys.end(), [&](const void* key) {
+            return CFGetTypeID(key) == CFStringGetTypeID() && IsValid(CFDictionaryGetValue(dictionary, key));
+        });
+    }
+
+    const bool fIsXML;
+    std::vector<CFTypeRef> fAround;   // the arrays and dictionaries that the object stands in
+};
+
+Boolean CFPropertyListIsValid(CFPropertyListRef propertyList, CFPropertyListFormat format)
+{
+    if (format != kCFPropertyListXMLFormat_v1_0 && format != kCFPropertyListOpenStepFormat)
+        Die("property lists are looked at for XML and OpenStep's format only, not for format %d",
+            static_cast<int>(format));
+    return TValidity(format).IsValid(propertyList);
+}
+
 // Values from objects
 
-static bool MakeValue(CFTypeRef object, int depth, plist::TValue* value);
+static plist::TValue MakeValue(CFTypeRef object);
 
 static plist::TValue NumberValue(CFNumberRef object)
 {
@@ -115,66 +179,49 @@ static plist::TValue DateValue(CFDateRef date)
     return value;
 }
 
-static bool MakeArrayValue(CFArrayRef array, int depth, plist::TValue* value)
+static plist::TValue ArrayValue(CFArrayRef array)
 {
-    *value = plist::TValue::Array();
-    value->items.resize(static_cast<size_t>(CFArrayGetCount(array)));
-    for (size_t i = 0; i < value->items.size(); ++i) {
-        if (!MakeValue(CFArrayGetValueAtIndex(array, static_cast<CFIndex>(i)), depth, &value->items[i]))
-            return false;
-    }
-    return true;
+    plist::TValue value = plist::TValue::Array();
+    for (CFIndex i = 0; i < CFArrayGetCount(array); ++i)
+        value.items.push_back(MakeValue(CFArrayGetValueAtIndex(array, i)));
+    return value;
 }
 
-static bool MakeDictionaryValue(CFDictionaryRef dictionary, int depth, plist::TValue* value)
+static plist::TValue DictionaryValue(CFDictionaryRef dictionary)
 {
-    const auto count = static_cast<size_t>(CFDictionaryGetCount(dictionary));
-    std::vector<const void*> keys(count);
-    CFDictionaryGetKeysAndValues(dictionary, keys.data(), nullptr);
-    for (const void* key : keys) {
-        if (CFGetTypeID(key) != CFStringGetTypeID())
-            return false;
-    }
+    std::vector<const void*> keys = KeysOf(dictionary);
     std::sort(keys.begin(), keys.end(), [](const void* one, const void* other) {
         return UnitsOf(static_cast<CFStringRef>(one)) < UnitsOf(static_cast<CFStringRef>(other));
     });
-
-    *value = plist::TValue::Dictionary();
-    value->entries.resize(count);
-    for (size_t i = 0; i < count; ++i) {
-        value->entries[i].first = UTF8Of(static_cast<CFStringRef>(keys[i]));
-        if (!MakeValue(CFDictionaryGetValue(dictionary, keys[i]), depth, &value->entries[i].second))
-            return false;
-    }
-    return true;
+    plist::TValue value = plist::TValue::Dictionary();
+    for (const void* key : keys)
+        value.entries.emplace_back(UTF8Of(static_cast<CFStringRef>(key)),
+                                   MakeValue(CFDictionaryGetValue(dictionary, key)));
+    return value;
 }
 
-static bool MakeValue(CFTypeRef object, int depth, plist::TValue* value)
+// Of an object that was found valid.
+static plist::TValue MakeValue(CFTypeRef object)
 {
     const CFTypeID type = CFGetTypeID(object);
     if (type == CFStringGetTypeID())
-        *value = plist::TValue::String(UTF8Of(static_cast<CFStringRef>(object)));
-    else if (type == CFDataGetTypeID())
-        *value = plist::TValue::Data(BytesOf(static_cast<CFDataRef>(object)));
-    else if (type == CFNumberGetTypeID())
-        *value = NumberValue(static_cast<CFNumberRef>(object));
-    else if (type == CFBooleanGetTypeID())
-        *value = plist::TValue::Boolean(CFBooleanGetValue(static_cast<CFBooleanRef>(object)));
-    else if (type == CFDateGetTypeID())
-        *value = DateValue(static_cast<CFDateRef>(object));
-    else if (depth == plist::kMaximumDepth)
-        return false;
-    else if (type == CFArrayGetTypeID())
-        return MakeArrayValue(static_cast<CFArrayRef>(object), depth + 1, value);
-    else if (type == CFDictionaryGetTypeID())
-        return MakeDictionaryValue(static_cast<CFDictionaryRef>(object), depth + 1, value);
-    else
-        return false;
-    return true;
+        return plist::TValue::String(UTF8Of(static_cast<CFStringRef>(object)));
+    if (type == CFDataGetTypeID())
+        return plist::TValue::Data(BytesOf(static_cast<CFDataRef>(object)));
+    if (type == CFNumberGetTypeID())
+        return NumberValue(static_cast<CFNumberRef>(object));
+    if (type == CFBooleanGetTypeID())
+        return plist::TValue::Boolean(CFBooleanGetValue(static_cast<CFBooleanRef>(object)));
+    if (type == CFDateGetTypeID())
+        return DateValue(static_cast<CFDateRef>(object));
+    if (type == CFArrayGetTypeID())
+        return ArrayValue(static_cast<CFArrayRef>(object));
+    return DictionaryValue(static_cast<CFDictionaryRef>(object));
 }
 
 CFDataRef CFPropertyListCreateXMLData(CFAllocatorRef, CFPropertyListRef propertyList)
 {
-    plist::TValue value;
-    return MakeValue(propertyList, 0, &value) ? MakeData(plist::Write(value), false) : nullptr;
+    if (!CFPropertyListIsValid(propertyList, kCFPropertyListXMLFormat_v1_0))
+        return nullptr;
+    return MakeData(plist::Write(MakeValue(propertyList)), false);
 }

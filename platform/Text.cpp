@@ -1,7 +1,10 @@
 #include "platform/Text.h"
 
+#include "platform/Composition.h"
+
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace platform {
 
@@ -66,6 +69,16 @@ static bool DecodeUTF8(const std::string& bytes, std::u16string* text)
     return true;
 }
 
+static bool DecodeUTF16(const std::string& bytes, std::u16string* text)
+{
+    if (bytes.size() % 2 != 0)
+        return false;
+    text->resize(bytes.size() / 2);
+    if (!text->empty())
+        memcpy(&(*text)[0], bytes.data(), bytes.size());
+    return true;
+}
+
 static bool IsEightBit(CFStringEncoding encoding)
 {
     return encoding == kCFStringEncodingASCII || encoding == kCFStringEncodingISOLatin1 ||
@@ -77,6 +90,8 @@ bool Decode(const std::string& bytes, CFStringEncoding encoding, std::u16string*
     text->clear();
     if (encoding == kCFStringEncodingUTF8)
         return DecodeUTF8(bytes, text);
+    if (encoding == kCFStringEncodingUnicode)
+        return DecodeUTF16(bytes, text);
     if (!IsEightBit(encoding))
         return false;
     for (const char byte : bytes) {
@@ -108,50 +123,18 @@ static void AppendUTF8(std::uint32_t character, std::string* bytes)
     append(0x80 | (character & 0x3F));
 }
 
-static bool EncodeUTF8(const std::u16string& text, std::string* bytes)
+// Returns how many units the character at `at` has: one, two, or 0 when it is half a character.
+static size_t EncodeNextAsUTF8(const std::u16string& text, size_t at, std::string* bytes)
 {
-    for (size_t i = 0; i < text.size(); ++i) {
-        std::uint32_t character = text[i];
-        if (IsSurrogate(character)) {
-            const bool paired =
-                character < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000;
-            if (!paired)
-                return false;
-            character = 0x10000 + ((character - 0xD800) << 10) + (text[++i] - 0xDC00u);
-        }
-        AppendUTF8(character, bytes);
+    const std::uint32_t first = text[at];
+    if (!IsSurrogate(first)) {
+        AppendUTF8(first, bytes);
+        return 1;
     }
-    return true;
-}
-
-// The letter that a base and a combining mark make up in MacRoman or Latin-1, or 0.
-static char16_t Composed(char16_t base, char16_t mark)
-{
-    static const char16_t kMarks[] = u"\u0300\u0301\u0302\u0303\u0308\u030A\u0327";
-    // Each line: the base, then its letter with each of the marks; a blank where there is none.
-    static const char16_t kLetters[][9] = {u"A\u00C0\u00C1\u00C2\u00C3\u00C4\u00C5 ",
-                                           u"C      \u00C7",
-                                           u"E\u00C8\u00C9\u00CA \u00CB  ",
-                                           u"I\u00CC\u00CD\u00CE \u00CF  ",
-                                           u"N   \u00D1   ",
-                                           u"O\u00D2\u00D3\u00D4\u00D5\u00D6  ",
-                                           u"U\u00D9\u00DA\u00DB \u00DC  ",
-                                           u"Y \u00DD  \u0178  ",
-                                           u"a\u00E0\u00E1\u00E2\u00E3\u00E4\u00E5 ",
-                                           u"c      \u00E7",
-                                           u"e\u00E8\u00E9\u00EA \u00EB  ",
-                                           u"i\u00EC\u00ED\u00EE \u00EF  ",
-                                           u"n   \u00F1   ",
-                                           u"o\u00F2\u00F3\u00F4\u00F5\u00F6  ",
-                                           u"u\u00F9\u00FA\u00FB \u00FC  ",
-                                           u"y \u00FD  \u00FF  "};
-    const std::u16string marks = kMarks;
-    const size_t column = marks.find(mark);
-    for (const auto& line : kLetters) {
-        if (line[0] == base && column != std::u16string::npos && line[1 + column] != u' ')
-            return line[1 + column];
-    }
-    return 0;
+    if (first >= 0xDC00 || at + 1 == text.size() || text[at + 1] < 0xDC00 || text[at + 1] >= 0xE000)
+        return 0;
+    AppendUTF8(0x10000 + ((first - 0xD800) << 10) + (text[at + 1] - 0xDC00u), bytes);
+    return 2;
 }
 
 static bool EncodeCharacter(char16_t character, CFStringEncoding encoding, std::string* bytes)
@@ -167,25 +150,30 @@ static bool EncodeCharacter(char16_t character, CFStringEncoding encoding, std::
     return true;
 }
 
-// As on a Mac, a letter and its combining mark become one byte where the encoding has no mark.
-static bool EncodeEightBit(const std::u16string& text, CFStringEncoding encoding, std::string* bytes)
+size_t EncodeNext(const std::u16string& text, size_t at, CFStringEncoding encoding, std::string* bytes)
 {
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char16_t letter = i + 1 < text.size() ? Composed(text[i], text[i + 1]) : u'\0';
-        if (letter != 0 && EncodeCharacter(letter, encoding, bytes))
-            ++i;
-        else if (!EncodeCharacter(text[i], encoding, bytes))
-            return false;
-    }
-    return true;
+    if (encoding == kCFStringEncodingUTF8)
+        return EncodeNextAsUTF8(text, at, bytes);
+    if (!IsEightBit(encoding))
+        return 0;
+    // As on a Mac, a letter and its combining mark become one byte where the encoding has no mark.
+    const char16_t letter = at + 1 < text.size() ? Composed(text[at], text[at + 1]) : u'\0';
+    if (letter != 0 && EncodeCharacter(letter, encoding, bytes))
+        return 2;
+    return EncodeCharacter(text[at], encoding, bytes) ? 1 : 0;
 }
 
 bool Encode(const std::u16string& text, CFStringEncoding encoding, std::string* bytes)
 {
     bytes->clear();
-    if (encoding == kCFStringEncodingUTF8)
-        return EncodeUTF8(text, bytes);
-    return IsEightBit(encoding) && EncodeEightBit(text, encoding, bytes);
+    size_t at = 0;
+    while (at < text.size()) {
+        const size_t units = EncodeNext(text, at, encoding, bytes);
+        if (units == 0)
+            return false;
+        at += units;
+    }
+    return encoding == kCFStringEncodingUTF8 || IsEightBit(encoding);
 }
 
 }   // namespace platform

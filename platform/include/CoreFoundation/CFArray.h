@@ -34,6 +34,10 @@ CFTypeID CFArrayGetTypeID(void);
 // capacity   a hint
 CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef allocator, CFIndex capacity, const CFArrayCallBacks* callBacks);
 
+// An array of these values, which cannot be changed.
+CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex count,
+                         const CFArrayCallBacks* callBacks);
+
 // May be called while another thread changes the array: it then answers the count before or after that change.
 CFIndex CFArrayGetCount(CFArrayRef array);
 

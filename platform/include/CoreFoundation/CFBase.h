@@ -17,9 +17,12 @@ typedef CFTypeRef CFPropertyListRef;
 typedef const struct __CFString* CFStringRef;
 typedef struct __CFString* CFMutableStringRef;
 
-// There is one allocator. Its argument is taken everywhere and looked at nowhere.
+// There is one allocator, malloc's. The argument is taken everywhere and looked at by CFDataCreateWithBytesNoCopy alone, to
+// which kCFAllocatorNull says that the bytes are not to be freed.
 typedef const struct __CFAllocator* CFAllocatorRef;
 extern const CFAllocatorRef kCFAllocatorDefault;
+extern const CFAllocatorRef kCFAllocatorMalloc;
+extern const CFAllocatorRef kCFAllocatorNull;
 
 typedef enum
 {

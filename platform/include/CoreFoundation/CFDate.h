@@ -11,6 +11,9 @@ typedef double CFTimeInterval;
 typedef CFTimeInterval CFAbsoluteTime;
 typedef const struct __CFDate* CFDateRef;
 
+// Now, by the system's clock.
+CFAbsoluteTime CFAbsoluteTimeGetCurrent(void);
+
 CFTypeID CFDateGetTypeID(void);
 CFDateRef CFDateCreate(CFAllocatorRef allocator, CFAbsoluteTime moment);
 CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date);

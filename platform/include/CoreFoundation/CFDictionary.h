@@ -49,6 +49,16 @@ CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef allocator, CFInd
                                                  const CFDictionaryKeyCallBacks* keyCallBacks,
                                                  const CFDictionaryValueCallBacks* valueCallBacks);
 
+// A dictionary of these keys and values, in pairs, which cannot be changed. Of equal keys the first pair is taken.
+CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, const void** values, CFIndex count,
+                                   const CFDictionaryKeyCallBacks* keyCallBacks,
+                                   const CFDictionaryValueCallBacks* valueCallBacks);
+
+// A dictionary of its own with the same keys, values and callbacks; the values are not copied.
+// capacity  a hint
+CFMutableDictionaryRef CFDictionaryCreateMutableCopy(CFAllocatorRef allocator, CFIndex capacity,
+                                                     CFDictionaryRef dictionary);
+
 CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary);
 
 // The value of the key, or null; it stays the dictionary's.

@@ -15,6 +15,12 @@ typedef enum
     kCFPropertyListMutableContainersAndLeaves = 2   // strings and data can be changed as well
 } CFPropertyListMutabilityOptions;
 
+typedef enum
+{
+    kCFPropertyListOpenStepFormat = 1,
+    kCFPropertyListXMLFormat_v1_0 = 100
+} CFPropertyListFormat;
+
 // Reads XML. UTF-8 only, and stricter than a Mac: what is no well-formed property list is refused, and so are arrays and
 // dictionaries more than 512 deep in one another.
 //
@@ -27,6 +33,12 @@ CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDa
 // Writes XML, the keys of dictionaries in the order of their UTF-16 units. Null when something in it has no place in a
 // property list, or is more than 512 deep.
 CFDataRef CFPropertyListCreateXMLData(CFAllocatorRef allocator, CFPropertyListRef propertyList);
+
+// Whether the object, and all that is in it, can be written in the format: XML takes text, data, dates, numbers, truth
+// values, arrays, and dictionaries whose keys are text; OpenStep's takes text, data, arrays and such dictionaries. What holds
+// itself cannot be written, nor what is more than 512 deep.
+// format  one of the above; any other end the process
+Boolean CFPropertyListIsValid(CFPropertyListRef propertyList, CFPropertyListFormat format);
 }
 
 #endif
