@@ -8,68 +8,46 @@
 
 namespace platform {
 
-static const char kChildren[] = "IORegistryEntryChildren";
-
-// Reads a property list, or says on standard error why not.
-static bool ReadList(const char* name, const std::string& text, plist::TValue* value)
+TRegistry::TRegistry(const TRegistryTexts& texts)
+    : fService("IOService", "ioreg.plist", texts.service),
+      fDeviceTree("IODeviceTree", "devicetree.plist", texts.deviceTree)
 {
-    if (text.empty())
-        return false;
-    std::string error;
-    if (plist::Read(text, value, &error))
-        return true;
-    fprintf(stderr, "%s: %s\n", name, error.c_str());
-    return false;
-}
-
-TRegistry::TRegistry(const std::string& plane, const std::string& classes)
-{
-    plist::TValue root;
-    if (ReadList("ioreg.plist", plane, &root) && !AddEntry(&root)) {
-        fprintf(stderr, "ioreg.plist: an entry has no IORegistryEntryID or no IOObjectClass\n");
-        fEntries.clear();
-    }
     plist::TValue table;
-    if (ReadList("classes.plist", classes, &table)) {
-        for (const auto& entry : table.entries)
-            fSuperclasses[entry.first] = entry.second.text;
-    }
+    std::string error;
+    if (!texts.classes.empty() && !plist::Read(texts.classes, &table, &error))
+        fprintf(stderr, "classes.plist: %s\n", error.c_str());
+    for (const auto& entry : table.entries)
+        fSuperclasses[entry.first] = entry.second.text;
 }
 
-bool TRegistry::AddEntry(plist::TValue* dictionary)
+const TPlane* TRegistry::Plane(const std::string& name) const
 {
-    const plist::TValue* const identifier = dictionary->Find("IORegistryEntryID");
-    const plist::TValue* const className = dictionary->Find("IOObjectClass");
-    if (identifier == nullptr || identifier->kind != plist::Kind::kInteger || className == nullptr)
-        return false;
-
-    TEntry entry;
-    entry.identifier = static_cast<std::uint64_t>(identifier->integer);
-    entry.className = className->text;
-    entry.properties = plist::TValue::Dictionary();
-    std::vector<plist::TValue> children;
-    for (auto& property : dictionary->entries) {
-        if (property.first == kChildren)
-            children = std::move(property.second.items);
-        else
-            entry.properties.entries.push_back(std::move(property));
-    }
-
-    fEntries.push_back(std::move(entry));
-    for (plist::TValue& child : children) {
-        if (!AddEntry(&child))
-            return false;
-    }
-    return true;
+    if (name == fService.Name())
+        return &fService;
+    return name == fDeviceTree.Name() ? &fDeviceTree : nullptr;
 }
 
 const TEntry* TRegistry::Find(std::uint64_t identifier) const
 {
-    for (const TEntry& entry : fEntries) {
-        if (entry.identifier == identifier)
-            return &entry;
-    }
-    return nullptr;
+    const TEntry* const entry = fService.Find(identifier);
+    return entry != nullptr ? entry : fDeviceTree.Find(identifier);
+}
+
+const plist::TValue& TRegistry::PropertiesOf(std::uint64_t identifier) const
+{
+    static const auto* const kNone = new plist::TValue(plist::TValue::Dictionary());
+    const TEntry* const inTree = fDeviceTree.Find(identifier);
+    if (inTree != nullptr && inTree->className == "IODTNVRAM")
+        return inTree->properties;
+    const TEntry* const entry = Find(identifier);
+    return entry != nullptr ? entry->properties : *kNone;
+}
+
+const TEntry* TRegistry::FindPath(const std::string& path) const
+{
+    const std::size_t colon = path.find(':');
+    const TPlane* const plane = colon != std::string::npos ? Plane(path.substr(0, colon)) : nullptr;
+    return plane != nullptr ? plane->FindPath(path.substr(colon + 1)) : nullptr;
 }
 
 bool TRegistry::ConformsTo(const TEntry& entry, const std::string& className) const
@@ -93,17 +71,20 @@ std::shared_ptr<const TRegistry> TRegistry::Current()
     struct TCache
     {
         std::mutex lock;
-        TWatchedFile plane{MachinePath("registry/ioreg.plist")};
+        TWatchedFile service{MachinePath("registry/ioreg.plist")};
+        TWatchedFile deviceTree{MachinePath("registry/devicetree.plist")};
         TWatchedFile classes{MachinePath("registry/classes.plist")};
         std::shared_ptr<const TRegistry> registry;
     };
     static auto* const gCache = new TCache;
 
     const std::lock_guard<std::mutex> hold(gCache->lock);
-    const bool planeChanged = gCache->plane.Refresh();
-    const bool classesChanged = gCache->classes.Refresh();
-    if (planeChanged || classesChanged)
-        gCache->registry = std::make_shared<const TRegistry>(gCache->plane.Text(), gCache->classes.Text());
+    bool changed = gCache->service.Refresh();
+    changed = gCache->deviceTree.Refresh() || changed;
+    changed = gCache->classes.Refresh() || changed;
+    if (changed)
+        gCache->registry = std::make_shared<const TRegistry>(
+            TRegistryTexts{gCache->service.Text(), gCache->deviceTree.Text(), gCache->classes.Text()});
     return gCache->registry;
 }
 

@@ -1,9 +1,9 @@
-// The IOService plane of the I/O Registry, as the machine folder holds it at a moment.
+// The I/O Registry, as the machine folder holds it at a moment: its two planes, and what classes are derived from.
 
 #ifndef HALVORIX_PLATFORM_REGISTRY_H
 #define HALVORIX_PLATFORM_REGISTRY_H
 
-#include "platform/PropertyList.h"
+#include "platform/RegistryPlane.h"
 
 #include <cstdint>
 #include <map>
@@ -13,11 +13,12 @@
 
 namespace platform {
 
-struct TEntry
+// The files of /machine/registry, whole; empty: there is none.
+struct TRegistryTexts
 {
-    std::uint64_t identifier = 0;   // never used twice
-    std::string className;
-    plist::TValue properties;   // a dictionary: everything that stands in the entry but its children
+    std::string service;      // ioreg.plist
+    std::string deviceTree;   // devicetree.plist
+    std::string classes;      // classes.plist
 };
 
 class TRegistry
@@ -27,21 +28,31 @@ public:
     // read is an empty registry, with one line on standard error for the latter.
     static std::shared_ptr<const TRegistry> Current();
 
-    TRegistry(const std::string& plane, const std::string& classes);
+    explicit TRegistry(const TRegistryTexts& texts);
 
-    // Each entry before those below it.
-    const std::vector<TEntry>& Entries() const { return fEntries; }
+    // The IOService plane's, each entry before those below it.
+    const std::vector<TEntry>& Entries() const { return fService.Entries(); }
 
-    // The entry with the identifier, or null.
+    // The plane with this name, "IOService" or "IODeviceTree", or null.
+    const TPlane* Plane(const std::string& name) const;
+
+    // The entry with the identifier, or null. For one that stands in both planes it is the IOService plane's, which has
+    // the name that it goes by.
     const TEntry* Find(std::uint64_t identifier) const;
+
+    // The properties of the entry. One that stands in both planes has those of the IOService plane, except the firmware's
+    // variables (class IODTNVRAM), which the device tree holds. Empty for an entry that is gone.
+    const plist::TValue& PropertiesOf(std::uint64_t identifier) const;
+
+    // The entry with this path, or null: the plane's name, a colon, and the path in the plane.
+    const TEntry* FindPath(const std::string& path) const;
 
     // Whether the entry is of the class or of one that is derived from it.
     bool ConformsTo(const TEntry& entry, const std::string& className) const;
 
 private:
-    bool AddEntry(plist::TValue* dictionary);
-
-    std::vector<TEntry> fEntries;
+    const TPlane fService;
+    const TPlane fDeviceTree;
     std::map<std::string, std::string> fSuperclasses;
 };
 

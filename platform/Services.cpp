@@ -1,10 +1,11 @@
-// IOKit's functions: services are matched in the registry, and calls go to the driver that a connection belongs to.
+// IOKit's functions about services: they are looked up in the registry, and calls go to the driver that a connection
+// belongs to.
 
 #include "platform/DriverClient.h"
 #include "platform/KernelNames.h"
+#include "platform/Matching.h"
 #include "platform/Objects.h"
 #include "platform/Registry.h"
-#include "platform/Strings.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <IOKit/IOKitLib.h>
@@ -15,9 +16,9 @@ constexpr mach_port_t kMasterPort = 0x50b;
 const mach_port_t kIOMasterPortDefault = MACH_PORT_NULL;
 mach_port_t mach_task_self_ = 0x103;
 
-static CFStringRef ProviderClassKey()
+bool platform::IsMasterPort(mach_port_t port)
 {
-    return CFSTR("IOProviderClass");
+    return port == kMasterPort || port == kIOMasterPortDefault;
 }
 
 kern_return_t IOMasterPort(mach_port_t, mach_port_t* masterPort)
@@ -48,42 +49,13 @@ io_object_t IOIteratorNext(io_iterator_t iterator)
     return TakeNext(iterator, &identifier) ? NameEntry(identifier) : IO_OBJECT_NULL;
 }
 
-CFMutableDictionaryRef IOServiceMatching(const char* name)
-{
-    if (name == nullptr)
-        return nullptr;
-    const TReference value(CFStringCreateWithCString(kCFAllocatorDefault, name, kCFStringEncodingUTF8));
-    if (!value)
-        return nullptr;
-    CFMutableDictionaryRef matching = CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
-                                                                &kCFTypeDictionaryValueCallBacks);
-    CFDictionarySetValue(matching, ProviderClassKey(), value.Get());
-    return matching;
-}
-
-// The entries that the dictionary matches, the last one first.
-static std::vector<std::uint64_t> MatchingEntries(CFDictionaryRef matching)
-{
-    std::vector<std::uint64_t> found;
-    const CFTypeRef className = CFDictionaryGetValue(matching, ProviderClassKey());
-    if (className == nullptr || CFGetTypeID(className) != CFStringGetTypeID())
-        return found;
-    const std::string wanted = UTF8Of(static_cast<CFStringRef>(className));
-    const std::shared_ptr<const TRegistry> registry = TRegistry::Current();
-    for (auto entry = registry->Entries().rbegin(); entry != registry->Entries().rend(); ++entry) {
-        if (registry->ConformsTo(*entry, wanted))
-            found.push_back(entry->identifier);
-    }
-    return found;
-}
-
 kern_return_t IOServiceGetMatchingServices(mach_port_t masterPort, CFDictionaryRef matching, io_iterator_t* existing)
 {
     *existing = IO_OBJECT_NULL;
     if (matching == nullptr)
         return kIOReturnBadArgument;
     const TReference consumed(matching);
-    if (masterPort != kMasterPort && masterPort != kIOMasterPortDefault)
+    if (!IsMasterPort(masterPort))
         return MACH_SEND_INVALID_DEST;
     TKernelObject iterator;
     iterator.kind = TKernelObject::Kind::kIterator;
@@ -91,6 +63,17 @@ kern_return_t IOServiceGetMatchingServices(mach_port_t masterPort, CFDictionaryR
     if (!iterator.remaining.empty())
         *existing = NameObject(std::move(iterator));
     return KERN_SUCCESS;
+}
+
+io_service_t IOServiceGetMatchingService(mach_port_t masterPort, CFDictionaryRef matching)
+{
+    io_iterator_t found = IO_OBJECT_NULL;
+    IOServiceGetMatchingServices(masterPort, matching, &found);
+    if (found == IO_OBJECT_NULL)
+        return IO_OBJECT_NULL;
+    const io_service_t first = IOIteratorNext(found);
+    IOObjectRelease(found);
+    return first;
 }
 
 kern_return_t IOServiceOpen(io_service_t service, task_port_t, std::uint32_t type, io_connect_t* connect)

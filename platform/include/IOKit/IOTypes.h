@@ -8,6 +8,11 @@
 
 typedef UInt32 IOItemCount;
 typedef UInt32 IOByteCount;
+typedef UInt32 IOOptionBits;
+
+// The sizes of the buffers that texts are copied into, with the byte that ends them.
+typedef char io_name_t[128];
+typedef char io_string_t[512];
 
 typedef mach_port_t io_object_t;
 typedef io_object_t io_connect_t;
