@@ -6,10 +6,8 @@
 #include <IOKit/IOKitLib.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <fcntl.h>
 #include <memory>
 #include <string>
@@ -40,12 +38,7 @@ constexpr std::size_t kPayloadColumn = 73;
 
 void Log(const std::string& what)
 {
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    char when[48];
-    snprintf(when, sizeof when, "%lld.%06ld %d ", static_cast<long long>(now.tv_sec), now.tv_nsec / 1000,
-             static_cast<int>(getpid()));
-    AppendLine("driver/calls", when + what);
+    AppendLogLine("driver/calls", what);
 }
 
 // What a file that makes the driver refuse says, if it is there.

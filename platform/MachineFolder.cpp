@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -71,9 +72,13 @@ static bool WriteAll(int file, const std::string& text)
 
 bool ReplaceFile(const std::string& name, const std::string& text)
 {
+    return ReplaceFileAt(MachinePath(name), text);
+}
+
+bool ReplaceFileAt(const std::string& path, const std::string& text)
+{
     // Several threads of several processes may write at once: each has a file of its own beside the real one.
     static std::atomic<unsigned> gNext{0};
-    const std::string path = MachinePath(name);
     const std::string beside = path + "." + std::to_string(getpid()) + "." + std::to_string(gNext++);
     {
         const TDescriptor file(open(beside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
@@ -96,6 +101,16 @@ void AppendLine(const std::string& name, const std::string& line)
     // One write, so that lines of several processes do not mix.
     if (write(file.Get(), whole.data(), whole.size()) < 0)
         perror(name.c_str());
+}
+
+void AppendLogLine(const std::string& name, const std::string& line)
+{
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    char when[48];
+    snprintf(when, sizeof when, "%lld.%06ld %d ", static_cast<long long>(now.tv_sec), now.tv_nsec / 1000,
+             static_cast<int>(getpid()));
+    AppendLine(name, when + line);
 }
 
 }   // namespace platform

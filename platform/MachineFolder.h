@@ -42,9 +42,15 @@ bool ReadNumber(const std::string& name, long long* number);
 // Replaces a file of the machine by rename. Returns whether that was done.
 bool ReplaceFile(const std::string& name, const std::string& text);
 
+// The same for a file anywhere.
+bool ReplaceFileAt(const std::string& path, const std::string& text);
+
 // Appends the line and a line feed to a file of the machine, by one write. Where the folder for it is
 // missing, nothing is done.
 void AppendLine(const std::string& name, const std::string& line);
+
+// The same, with the seconds of the monotonic clock and this process's ID before it: "12.345678 70 LINE".
+void AppendLogLine(const std::string& name, const std::string& line);
 
 }   // namespace platform
 

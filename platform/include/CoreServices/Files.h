@@ -99,7 +99,6 @@ enum
 {
     kFSVolInfoNone = 0,
     kFSVolInfoSizes = 0x0040,    // totalBytes and freeBytes
-    kFSVolInfoBlocks = 0x0080,   // blockSize, totalBlocks and freeBlocks
     kFSVolInfoFSInfo = 0x4000,   // filesystemID and signature
     kFSVolInfoGettableInfo = 0xffff
 };
@@ -254,7 +253,7 @@ OSStatus FNNotify(const FSRef* folder, FNMessage message, OptionBits flags);
 // volume         the number of a mounted volume, or kFSInvalidVolumeRefNum to go by the index
 // index          1 for the first mounted volume, 2 for the next ...; 0 to go by the number
 // actualVolume   receives the number
-// whichInfo      what is wanted; anything but Sizes, Blocks and FSInfo ends the process
+// whichInfo      what is wanted; anything but Sizes and FSInfo ends the process
 // rootDirectory  receives the volume's root
 // returns        nsvErr when no mounted volume has the number or the index is beyond the last; errFSBadInfoBitmap
 OSErr FSGetVolumeInfo(FSVolumeRefNum volume, ItemCount index, FSVolumeRefNum* actualVolume,
