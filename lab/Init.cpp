@@ -10,6 +10,7 @@
 
 #include "lab/Files.h"
 #include "lab/Machine.h"
+#include "lab/Mounts.h"
 
 #include <cerrno>
 #include <csignal>
@@ -181,7 +182,7 @@ public:
 
 private:
     void ServeRequests();
-    std::string Serve(const std::string& request);
+    std::string Serve(const std::vector<std::string>& lines);
     std::string ServeStart(const std::vector<std::string>& lines);
     std::string ServeSignal(const std::string& words);
     void HandleSignal();
@@ -198,6 +199,7 @@ private:
     bool fHasChildren = true;
     double fDeadline = 0;   // 0: nobody asked the machine to end
     std::map<pid_t, std::string> fNames;
+    TMounts fMounts{kMachine};
 };
 
 // Whoever looks whether init lives holds the lock for a moment; so one refusal is no proof of a second init.
@@ -239,6 +241,8 @@ bool TInit::Prepare()
         return false;
     }
     ClearFolders();
+    for (const std::string& line : fMounts.MountAtStart())
+        std::fprintf(stderr, "lab-init: %s\n", line.c_str());
 
     sigset_t handled;
     sigemptyset(&handled);
@@ -281,18 +285,20 @@ void TInit::ServeRequests()
             continue;
         // Gone before the answer appears, so that the asker finds the folder as it was.
         unlink(file.c_str());
-        ReplaceFile(kMachine + "/replies/" + name, Serve(request) + "\n");
+        ReplaceFile(kMachine + "/replies/" + name, Serve(SplitLines(request)) + "\n");
     }
 }
 
-std::string TInit::Serve(const std::string& request)
+std::string TInit::Serve(const std::vector<std::string>& lines)
 {
-    const std::vector<std::string> lines = SplitLines(request);
-    if (!lines.empty() && lines[0].rfind("start ", 0) == 0)
+    const std::string word = lines.empty() ? "" : lines[0].substr(0, lines[0].find(' ') + 1);
+    if (word == "start ")
         return ServeStart(lines);
-    if (!lines.empty() && lines[0].rfind("signal ", 0) == 0)
+    if (word == "signal ")
         return ServeSignal(lines[0].substr(7));
-    return "error a request begins with start or signal";
+    if (word == "mount " || word == "unmount " || word == "rename ")
+        return fMounts.Serve(lines);
+    return "error a request begins with start, signal, mount, unmount or rename";
 }
 
 std::string TInit::ServeStart(const std::vector<std::string>& lines)

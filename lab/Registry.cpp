@@ -95,10 +95,10 @@ static std::string ReadPlane(const std::string& path, TValue* root)
     return error;
 }
 
-TRegistry::TRegistry(const std::string& machine) : fFolder(machine + "/registry")
+TRegistry::TRegistry(const std::string& machine, bool withDeviceTree) : fFolder(machine + "/registry")
 {
     fError = ReadPlane(fFolder + "/ioreg.plist", &fRoot);
-    if (fError.empty())
+    if (fError.empty() && withDeviceTree)
         fError = ReadPlane(fFolder + "/devicetree.plist", &fDeviceTree);
     fNextIdentifier = std::atoll(ReadLine(fFolder + "/next-id").c_str());
     if (fError.empty() && fNextIdentifier <= 0)

@@ -22,8 +22,9 @@ struct TFoundEntry
 class TRegistry
 {
 public:
-    // machine  the machine's folder. Whoever saves holds the machine's lock from before this on.
-    explicit TRegistry(const std::string& machine);
+    // machine         the machine's folder. Whoever saves holds the machine's lock from before this on.
+    // withDeviceTree  false: the device tree is not read, which takes its time, and nothing may be changed
+    explicit TRegistry(const std::string& machine, bool withDeviceTree = true);
 
     // Empty, or one line that says why the registry could not be read.
     const std::string& Error() const { return fError; }

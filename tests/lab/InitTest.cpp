@@ -224,8 +224,8 @@ static std::string AnswerTo(const TMachine& machine, const std::string& request)
 
 TEST_F(Init, RequestsThatNobodyUnderstandsAreAnsweredWithWhatIsWrong)
 {
-    EXPECT_EQ("error a request begins with start or signal\n", AnswerTo(machine, "stop 7\n"));
-    EXPECT_EQ("error a request begins with start or signal\n", AnswerTo(machine, "\n"));
+    EXPECT_EQ("error a request begins with start, signal, mount, unmount or rename\n", AnswerTo(machine, "stop 7\n"));
+    EXPECT_EQ("error a request begins with start, signal, mount, unmount or rename\n", AnswerTo(machine, "\n"));
     EXPECT_EQ("error a start is followed by path, arg, env and output, not by \"colour\"\n",
               AnswerTo(machine, "start x\ncolour red\n"));
     EXPECT_EQ("error a signal needs a process and a number, not \"seven 15\"\n",

@@ -75,6 +75,9 @@ TEST_F(MachineFolders, WhatStandsInBothPlanesIsOneEntry)
             classes[NumberOf(entry, "IORegistryEntryID")] = TextOf(entry, "IOObjectClass");
         });
         Visit(Plane(FolderOf(name), "devicetree.plist"), [&](const TValue& entry) {
+            const std::string entryName = TextOf(entry, "IORegistryEntryName");
+            if (entryName == "chosen" || entryName == "aliases")   // what no driver serves is in the device tree alone
+                return;
             EXPECT_EQ(classes[NumberOf(entry, "IORegistryEntryID")], TextOf(entry, "IOObjectClass")) << name;
         });
     }
@@ -164,7 +167,7 @@ TEST_F(MachineFolders, LeopardsVolumeNamesTwoBootMembersOnMapsOfBothKinds)
     EXPECT_EQ("IODeviceTree:/ht@0,f2000000/pci@7/k2-sata-root@C/k2-sata@0/@0:4",
               TextOf(members->items[0], "IOBootDevicePath"));
     const std::string second = TextOf(members->items[1], "IOBootDevicePath");
-    EXPECT_EQ(0u, second.find("IOService:/PowerMac7,3/")) << second;
+    EXPECT_EQ(0u, second.find("IOService:/AppleMacRISC4PE/")) << second;
     EXPECT_NE(std::string::npos, second.find("/IOGUIDPartitionScheme/Halvorix@2")) << second;
 }
 
