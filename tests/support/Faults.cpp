@@ -5,6 +5,7 @@
 #include "tests/support/Faults.h"
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <CoreServices/CoreServices.h>
 #include <DiskArbitration/DiskArbitration.h>
 #include <IOKit/IOKitLib.h>
 
@@ -17,6 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <fcntl.h>
 #include <map>
 #include <mutex>
 #include <new>
@@ -150,6 +152,19 @@ TResult Call(TOrders& orders, TResult (*real)(TArguments...), TGiven... argument
 std::atomic<unsigned> gShortWriteBytes{0};
 std::atomic<unsigned> gShortWritesLeft{0};
 std::function<void(const char*, struct stat*)>* gStatEdit = nullptr;
+std::function<void(TCatalogAnswer*)>* gCatalogEdit = nullptr;
+
+// What the caller sees of an answer of the catalog. count is null when one item was asked for.
+OSErr EditedCatalog(OSErr status, FSCatalogInfo* items, ItemCount* count)
+{
+    if (gCatalogEdit == nullptr || gInside != 0)
+        return status;
+    TCatalogAnswer answer{status, items, count != nullptr ? *count : 1};
+    (*gCatalogEdit)(&answer);
+    if (count != nullptr)
+        *count = answer.count;
+    return answer.status;
+}
 
 }   // namespace
 
@@ -168,6 +183,13 @@ int __real_bind(int, const struct sockaddr*, socklen_t);
 int __wrap_bind(int socket, const struct sockaddr* address, socklen_t length)
 {
     return Call(kBind, __real_bind, socket, address, length);
+}
+
+static TListed kChown("chown");
+int __real_chown(const char*, uid_t, gid_t);
+int __wrap_chown(const char* path, uid_t user, gid_t group)
+{
+    return Call(kChown, __real_chown, path, user, group);
 }
 
 static TListed kClose("close");
@@ -218,6 +240,13 @@ uid_t __wrap_geteuid(void)
     return Call(kGetEUID, __real_geteuid);
 }
 
+static TListed kGetUID("getuid");
+uid_t __real_getuid(void);
+uid_t __wrap_getuid(void)
+{
+    return Call(kGetUID, __real_getuid);
+}
+
 static TListed kKill("kill");
 int __real_kill(pid_t, int);
 int __wrap_kill(pid_t process, int number)
@@ -244,6 +273,22 @@ int __real_mkdir(const char*, mode_t);
 int __wrap_mkdir(const char* path, mode_t mode)
 {
     return Call(kMkdir, __real_mkdir, path, mode);
+}
+
+static TListed kOpen("open");
+int __real_open(const char*, int, ...);
+int __wrap_open(const char* path, int flags, ...)
+{
+    mode_t mode = 0;
+    if ((flags & O_CREAT) != 0) {
+        va_list rest;
+        va_start(rest, flags);
+        mode = va_arg(rest, mode_t);
+        va_end(rest);
+    }
+    return Call(
+        kOpen, +[](const char* wanted, int how, mode_t with) { return __real_open(wanted, how, with); }, path, flags,
+        mode);
 }
 
 static TListed kPipe("pipe");
@@ -372,6 +417,13 @@ ssize_t __wrap_write(int descriptor, const void* bytes, size_t size)
     return Call(kWrite, __real_write, descriptor, bytes, size);
 }
 
+static TListed kCFAbsoluteTime("CFAbsoluteTimeGetCurrent");
+CFAbsoluteTime __real_CFAbsoluteTimeGetCurrent(void);
+CFAbsoluteTime __wrap_CFAbsoluteTimeGetCurrent(void)
+{
+    return Call(kCFAbsoluteTime, __real_CFAbsoluteTimeGetCurrent);
+}
+
 static TListed kCFArrayAppendValue("CFArrayAppendValue");
 void __real_CFArrayAppendValue(CFMutableArrayRef, const void*);
 void __wrap_CFArrayAppendValue(CFMutableArrayRef array, const void* value)
@@ -384,6 +436,51 @@ CFMutableArrayRef __real_CFArrayCreateMutable(CFAllocatorRef, CFIndex, const CFA
 CFMutableArrayRef __wrap_CFArrayCreateMutable(CFAllocatorRef allocator, CFIndex capacity, const CFArrayCallBacks* calls)
 {
     return Call(kCFArrayCreateMutable, __real_CFArrayCreateMutable, allocator, capacity, calls);
+}
+
+static TListed kCFBundleCopyURL("CFBundleCopyExecutableURL");
+CFURLRef __real_CFBundleCopyExecutableURL(CFBundleRef);
+CFURLRef __wrap_CFBundleCopyExecutableURL(CFBundleRef bundle)
+{
+    return Call(kCFBundleCopyURL, __real_CFBundleCopyExecutableURL, bundle);
+}
+
+static TListed kCFBundleCreate("CFBundleCreate");
+CFBundleRef __real_CFBundleCreate(CFAllocatorRef, CFURLRef);
+CFBundleRef __wrap_CFBundleCreate(CFAllocatorRef allocator, CFURLRef url)
+{
+    return Call(kCFBundleCreate, __real_CFBundleCreate, allocator, url);
+}
+
+static TListed kCFDataCreateWithBytesNoCopy("CFDataCreateWithBytesNoCopy");
+CFDataRef __real_CFDataCreateWithBytesNoCopy(CFAllocatorRef, const UInt8*, CFIndex, CFAllocatorRef);
+CFDataRef __wrap_CFDataCreateWithBytesNoCopy(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length,
+                                             CFAllocatorRef deallocator)
+{
+    return Call(kCFDataCreateWithBytesNoCopy, __real_CFDataCreateWithBytesNoCopy, allocator, bytes, length,
+                deallocator);
+}
+
+static TListed kCFPropertyListCreateFrom("CFPropertyListCreateFromXMLData");
+CFPropertyListRef __real_CFPropertyListCreateFromXMLData(CFAllocatorRef, CFDataRef, CFOptionFlags, CFStringRef*);
+CFPropertyListRef __wrap_CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDataRef xml, CFOptionFlags options,
+                                                         CFStringRef* errorText)
+{
+    return Call(kCFPropertyListCreateFrom, __real_CFPropertyListCreateFromXMLData, allocator, xml, options, errorText);
+}
+
+static TListed kCFPropertyListCreateXML("CFPropertyListCreateXMLData");
+CFDataRef __real_CFPropertyListCreateXMLData(CFAllocatorRef, CFPropertyListRef);
+CFDataRef __wrap_CFPropertyListCreateXMLData(CFAllocatorRef allocator, CFPropertyListRef list)
+{
+    return Call(kCFPropertyListCreateXML, __real_CFPropertyListCreateXMLData, allocator, list);
+}
+
+static TListed kCFPropertyListIsValid("CFPropertyListIsValid");
+Boolean __real_CFPropertyListIsValid(CFPropertyListRef, CFPropertyListFormat);
+Boolean __wrap_CFPropertyListIsValid(CFPropertyListRef list, CFPropertyListFormat format)
+{
+    return Call(kCFPropertyListIsValid, __real_CFPropertyListIsValid, list, format);
 }
 
 static TListed kCFRelease("CFRelease");
@@ -400,11 +497,115 @@ void __wrap_CFRunLoopRun(void)
     Call(kCFRunLoopRun, __real_CFRunLoopRun);
 }
 
+static TListed kCFStringCreateWithCString("CFStringCreateWithCString");
+CFStringRef __real_CFStringCreateWithCString(CFAllocatorRef, const char*, CFStringEncoding);
+CFStringRef __wrap_CFStringCreateWithCString(CFAllocatorRef allocator, const char* text, CFStringEncoding encoding)
+{
+    return Call(kCFStringCreateWithCString, __real_CFStringCreateWithCString, allocator, text, encoding);
+}
+
+static TListed kCFURLCreateData("CFURLCreateDataAndPropertiesFromResource");
+Boolean __real_CFURLCreateDataAndPropertiesFromResource(CFAllocatorRef, CFURLRef, CFDataRef*, CFDictionaryRef*,
+                                                        CFArrayRef, SInt32*);
+Boolean __wrap_CFURLCreateDataAndPropertiesFromResource(CFAllocatorRef allocator, CFURLRef url, CFDataRef* bytes,
+                                                        CFDictionaryRef* properties, CFArrayRef wanted, SInt32* error)
+{
+    return Call(kCFURLCreateData, __real_CFURLCreateDataAndPropertiesFromResource, allocator, url, bytes, properties,
+                wanted, error);
+}
+
+static TListed kCFURLCreateFromPath("CFURLCreateFromFileSystemRepresentation");
+CFURLRef __real_CFURLCreateFromFileSystemRepresentation(CFAllocatorRef, const UInt8*, CFIndex, Boolean);
+CFURLRef __wrap_CFURLCreateFromFileSystemRepresentation(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length,
+                                                        Boolean isDirectory)
+{
+    return Call(kCFURLCreateFromPath, __real_CFURLCreateFromFileSystemRepresentation, allocator, bytes, length,
+                isDirectory);
+}
+
+static TListed kCFURLDestroyResource("CFURLDestroyResource");
+Boolean __real_CFURLDestroyResource(CFURLRef, SInt32*);
+Boolean __wrap_CFURLDestroyResource(CFURLRef url, SInt32* error)
+{
+    return Call(kCFURLDestroyResource, __real_CFURLDestroyResource, url, error);
+}
+
+static TListed kCFURLWriteData("CFURLWriteDataAndPropertiesToResource");
+Boolean __real_CFURLWriteDataAndPropertiesToResource(CFURLRef, CFDataRef, CFDictionaryRef, SInt32*);
+Boolean __wrap_CFURLWriteDataAndPropertiesToResource(CFURLRef url, CFDataRef bytes, CFDictionaryRef properties,
+                                                     SInt32* error)
+{
+    return Call(kCFURLWriteData, __real_CFURLWriteDataAndPropertiesToResource, url, bytes, properties, error);
+}
+
 static TListed kDASessionCreate("DASessionCreate");
 DASessionRef __real_DASessionCreate(CFAllocatorRef);
 DASessionRef __wrap_DASessionCreate(CFAllocatorRef allocator)
 {
     return Call(kDASessionCreate, __real_DASessionCreate, allocator);
+}
+
+static TListed kIOBSDNameMatching("IOBSDNameMatching");
+CFMutableDictionaryRef __real_IOBSDNameMatching(mach_port_t, uint32_t, const char*);
+CFMutableDictionaryRef __wrap_IOBSDNameMatching(mach_port_t master, uint32_t options, const char* name)
+{
+    return Call(kIOBSDNameMatching, __real_IOBSDNameMatching, master, options, name);
+}
+
+static TListed kFNNotify("FNNotify");
+OSStatus __real_FNNotify(const FSRef*, FNMessage, OptionBits);
+OSStatus __wrap_FNNotify(const FSRef* item, FNMessage message, OptionBits options)
+{
+    return Call(kFNNotify, __real_FNNotify, item, message, options);
+}
+
+static TListed kFSCloseIterator("FSCloseIterator");
+OSErr __real_FSCloseIterator(FSIterator);
+OSErr __wrap_FSCloseIterator(FSIterator iterator)
+{
+    return Call(kFSCloseIterator, __real_FSCloseIterator, iterator);
+}
+
+static TListed kFSGetCatalogInfo("FSGetCatalogInfo");
+OSErr __real_FSGetCatalogInfo(const FSRef*, FSCatalogInfoBitmap, FSCatalogInfo*, HFSUniStr255*, FSSpecPtr, FSRef*);
+OSErr __wrap_FSGetCatalogInfo(const FSRef* item, FSCatalogInfoBitmap which, FSCatalogInfo* info, HFSUniStr255* name,
+                              FSSpecPtr spec, FSRef* parent)
+{
+    const OSErr status = Call(kFSGetCatalogInfo, __real_FSGetCatalogInfo, item, which, info, name, spec, parent);
+    return EditedCatalog(status, info, nullptr);
+}
+
+static TListed kFSGetCatalogInfoBulk("FSGetCatalogInfoBulk");
+OSErr __real_FSGetCatalogInfoBulk(FSIterator, ItemCount, ItemCount*, Boolean*, FSCatalogInfoBitmap, FSCatalogInfo*,
+                                  FSRef*, FSSpecPtr, HFSUniStr255*);
+OSErr __wrap_FSGetCatalogInfoBulk(FSIterator iterator, ItemCount maximum, ItemCount* count, Boolean* changed,
+                                  FSCatalogInfoBitmap which, FSCatalogInfo* infos, FSRef* items, FSSpecPtr specs,
+                                  HFSUniStr255* names)
+{
+    const OSErr status = Call(kFSGetCatalogInfoBulk, __real_FSGetCatalogInfoBulk, iterator, maximum, count, changed,
+                              which, infos, items, specs, names);
+    return EditedCatalog(status, infos, count);
+}
+
+static TListed kFSOpenIterator("FSOpenIterator");
+OSErr __real_FSOpenIterator(const FSRef*, FSIteratorFlags, FSIterator*);
+OSErr __wrap_FSOpenIterator(const FSRef* folder, FSIteratorFlags flags, FSIterator* iterator)
+{
+    return Call(kFSOpenIterator, __real_FSOpenIterator, folder, flags, iterator);
+}
+
+static TListed kFSPathMakeRef("FSPathMakeRef");
+OSStatus __real_FSPathMakeRef(const UInt8*, FSRef*, Boolean*);
+OSStatus __wrap_FSPathMakeRef(const UInt8* path, FSRef* item, Boolean* isDirectory)
+{
+    return Call(kFSPathMakeRef, __real_FSPathMakeRef, path, item, isDirectory);
+}
+
+static TListed kFSSetCatalogInfo("FSSetCatalogInfo");
+OSErr __real_FSSetCatalogInfo(const FSRef*, FSCatalogInfoBitmap, const FSCatalogInfo*);
+OSErr __wrap_FSSetCatalogInfo(const FSRef* item, FSCatalogInfoBitmap which, const FSCatalogInfo* info)
+{
+    return Call(kFSSetCatalogInfo, __real_FSSetCatalogInfo, item, which, info);
 }
 
 static TListed kIOConnectMethod("IOConnectMethodStructureIStructureO");
@@ -438,6 +639,20 @@ kern_return_t __wrap_IOObjectRelease(io_object_t object)
     return Call(kIOObjectRelease, __real_IOObjectRelease, object);
 }
 
+static TListed kIOOpenFirmwarePathMatching("IOOpenFirmwarePathMatching");
+CFMutableDictionaryRef __real_IOOpenFirmwarePathMatching(mach_port_t, uint32_t, const char*);
+CFMutableDictionaryRef __wrap_IOOpenFirmwarePathMatching(mach_port_t master, uint32_t options, const char* path)
+{
+    return Call(kIOOpenFirmwarePathMatching, __real_IOOpenFirmwarePathMatching, master, options, path);
+}
+
+static TListed kIORegistryEntryFromPath("IORegistryEntryFromPath");
+io_registry_entry_t __real_IORegistryEntryFromPath(mach_port_t, const char*);
+io_registry_entry_t __wrap_IORegistryEntryFromPath(mach_port_t master, const char* path)
+{
+    return Call(kIORegistryEntryFromPath, __real_IORegistryEntryFromPath, master, path);
+}
+
 static TListed kIOServiceClose("IOServiceClose");
 kern_return_t __real_IOServiceClose(io_connect_t);
 kern_return_t __wrap_IOServiceClose(io_connect_t connection)
@@ -469,6 +684,13 @@ kern_return_t __real_IOServiceOpen(io_service_t, task_port_t, UInt32, io_connect
 kern_return_t __wrap_IOServiceOpen(io_service_t service, task_port_t task, UInt32 type, io_connect_t* connection)
 {
     return Call(kIOServiceOpen, __real_IOServiceOpen, service, task, type, connection);
+}
+
+static TListed kUCConvertToUTC("UCConvertCFAbsoluteTimeToUTCDateTime");
+OSStatus __real_UCConvertCFAbsoluteTimeToUTCDateTime(CFAbsoluteTime, UTCDateTime*);
+OSStatus __wrap_UCConvertCFAbsoluteTimeToUTCDateTime(CFAbsoluteTime time, UTCDateTime* date)
+{
+    return Call(kUCConvertToUTC, __real_UCConvertCFAbsoluteTimeToUTCDateTime, time, date);
 }
 
 // Goes by one name whether or not the size is passed.
@@ -575,6 +797,17 @@ TStatEdit::~TStatEdit()
 {
     delete gStatEdit;
     gStatEdit = nullptr;
+}
+
+TCatalogEdit::TCatalogEdit(std::function<void(TCatalogAnswer*)> edit)
+{
+    gCatalogEdit = new std::function<void(TCatalogAnswer*)>(std::move(edit));
+}
+
+TCatalogEdit::~TCatalogEdit()
+{
+    delete gCatalogEdit;
+    gCatalogEdit = nullptr;
 }
 
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,cert-dcl50-cpp,readability-identifier-naming)
