@@ -4,7 +4,6 @@
 #include "foundation/ScopedCFType.h"
 #include "services/BSDNames.h"   // IsDiskAPartition
 #include "services/ScopedIOObject.h"
-#include "services/VolumePaths.h"   // ExtractBSDNameFromVolumeName
 
 static const char kServicePlane[] = "IOService";
 
@@ -109,12 +108,4 @@ UInt64 NumberBytesOnDisk(const char* bsdName)
     SInt64 byteSize = 0;
     GetBSDNameAndSizes(media.Get(), nullptr, nullptr, 0, &byteSize, nullptr);
     return static_cast<UInt64>(byteSize);
-}
-
-UInt64 NumberBytesInVolumeIOMedia(const char* volumeNameOrPath)
-{
-    char bsdName[1024] = {};
-    if (!ExtractBSDNameFromVolumeName(volumeNameOrPath, bsdName, sizeof bsdName))
-        return 0;
-    return NumberBytesOnDisk(bsdName);
 }

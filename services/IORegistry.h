@@ -58,11 +58,6 @@ UInt32 IsDiskRemovable(const char* bsdName);
 
 // Returns a medium's "Size" in bytes; 0 when there is none.
 UInt64 NumberBytesOnDisk(const char* bsdName);
-
-// Returns the "Size" in bytes of the medium that a volume is on; 0 when there is none.
-//
-// volumeNameOrPath  as ExtractBSDNameFromVolumeName takes it (services/VolumePaths.h)
-UInt64 NumberBytesInVolumeIOMedia(const char* volumeNameOrPath);
 }
 
 #endif

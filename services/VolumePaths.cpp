@@ -4,6 +4,7 @@
 #include "foundation/CFTypes.h"       // CFTypeAs
 #include "foundation/CStrings.h"      // StoreCString
 #include "foundation/ScopedCFType.h"
+#include "services/IORegistry.h"   // NumberBytesOnDisk
 
 #include <DiskArbitration/DiskArbitration.h>
 #include <cstring>
@@ -77,4 +78,12 @@ UInt32 GetVolumePathnameWithBSDName(const char* bsdName, char* pathBuffer, CFInd
     if (path == nullptr)
         return 0;
     return CFURLGetFileSystemRepresentation(path, true, reinterpret_cast<UInt8*>(pathBuffer), pathBufferSize);
+}
+
+UInt64 NumberBytesInVolumeIOMedia(const char* volumeNameOrPath)
+{
+    char bsdName[1024] = {};
+    if (!ExtractBSDNameFromVolumeName(volumeNameOrPath, bsdName, sizeof bsdName))
+        return 0;
+    return NumberBytesOnDisk(bsdName);
 }

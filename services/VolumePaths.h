@@ -1,4 +1,4 @@
-// Mounted volumes: from the BSD name to the mount path, and back.
+// Mounted volumes: from the BSD name to the mount path, and back, and how large the medium is.
 
 #ifndef HALVORIX_SERVICES_VOLUMEPATHS_H
 #define HALVORIX_SERVICES_VOLUMEPATHS_H
@@ -26,6 +26,11 @@ UInt32 ExtractBSDNameFromVolumeName(const char* volumeNameOrPath, char* bsdName,
 // pathBufferSize  the room there in bytes; 1024 holds every path
 // returns         1, or 0 when there is no such disk, when it is not mounted, or when the path does not fit
 UInt32 GetVolumePathnameWithBSDName(const char* bsdName, char* pathBuffer, CFIndex pathBufferSize);
+
+// Returns the "Size" in bytes of the medium that a volume is on; 0 when there is none.
+//
+// volumeNameOrPath  as ExtractBSDNameFromVolumeName takes it
+UInt64 NumberBytesInVolumeIOMedia(const char* volumeNameOrPath);
 }
 
 #endif
