@@ -608,13 +608,6 @@ OSErr __wrap_FSSetCatalogInfo(const FSRef* item, FSCatalogInfoBitmap which, cons
     return Call(kFSSetCatalogInfo, __real_FSSetCatalogInfo, item, which, info);
 }
 
-static TListed kIOBSDNameMatching("IOBSDNameMatching");
-CFMutableDictionaryRef __real_IOBSDNameMatching(mach_port_t, uint32_t, const char*);
-CFMutableDictionaryRef __wrap_IOBSDNameMatching(mach_port_t master, uint32_t options, const char* name)
-{
-    return Call(kIOBSDNameMatching, __real_IOBSDNameMatching, master, options, name);
-}
-
 static TListed kIOConnectMethod("IOConnectMethodStructureIStructureO");
 kern_return_t __real_IOConnectMethodStructureIStructureO(io_connect_t, UInt32, IOItemCount, IOByteCount*, void*, void*);
 kern_return_t __wrap_IOConnectMethodStructureIStructureO(io_connect_t connection, UInt32 selector,
@@ -644,20 +637,6 @@ kern_return_t __real_IOObjectRelease(io_object_t);
 kern_return_t __wrap_IOObjectRelease(io_object_t object)
 {
     return Call(kIOObjectRelease, __real_IOObjectRelease, object);
-}
-
-static TListed kIOOpenFirmwarePathMatching("IOOpenFirmwarePathMatching");
-CFMutableDictionaryRef __real_IOOpenFirmwarePathMatching(mach_port_t, uint32_t, const char*);
-CFMutableDictionaryRef __wrap_IOOpenFirmwarePathMatching(mach_port_t master, uint32_t options, const char* path)
-{
-    return Call(kIOOpenFirmwarePathMatching, __real_IOOpenFirmwarePathMatching, master, options, path);
-}
-
-static TListed kIORegistryEntryFromPath("IORegistryEntryFromPath");
-io_registry_entry_t __real_IORegistryEntryFromPath(mach_port_t, const char*);
-io_registry_entry_t __wrap_IORegistryEntryFromPath(mach_port_t master, const char* path)
-{
-    return Call(kIORegistryEntryFromPath, __real_IORegistryEntryFromPath, master, path);
 }
 
 static TListed kIOOpenFirmwarePathMatching("IOOpenFirmwarePathMatching");

@@ -7,6 +7,8 @@
 #ifndef HALVORIX_TESTS_SUPPORT_FAULTS_H
 #define HALVORIX_TESTS_SUPPORT_FAULTS_H
 
+#include <CoreServices/CoreServices.h>
+
 #include <functional>
 #include <vector>
 
@@ -74,6 +76,25 @@ public:
     ~TStatEdit();
     TStatEdit(const TStatEdit&) = delete;
     TStatEdit& operator=(const TStatEdit&) = delete;
+};
+
+// What FSGetCatalogInfo or FSGetCatalogInfoBulk answers.
+struct TCatalogAnswer
+{
+    OSErr status;
+    FSCatalogInfo* items;   // may be null when one item was asked for
+    ItemCount count;
+};
+
+// While it lives, those answers are changed before the caller sees them, for dates and ends that do not come about by
+// themselves. One whose call was made to fail is changed as well.
+class TCatalogEdit
+{
+public:
+    explicit TCatalogEdit(std::function<void(TCatalogAnswer*)> edit);
+    ~TCatalogEdit();
+    TCatalogEdit(const TCatalogEdit&) = delete;
+    TCatalogEdit& operator=(const TCatalogEdit&) = delete;
 };
 
 // Arms a fault that lasts until the process ends; for programs that are told by their environment.
