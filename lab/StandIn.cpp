@@ -3,6 +3,7 @@
 // caller is free to choose argv[0].
 
 #include "lab/Files.h"
+#include "lab/tools/Tool.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -83,6 +84,15 @@ static bool IsHostTool(const std::string& tool)
     return tool == "ps" || tool == "cp" || tool == "rm";
 }
 
+// Returns only when that cannot be executed.
+static int RunHostTool(const std::string& tool, char** argv)
+{
+    const std::string program = "/host/usr/bin/" + tool;
+    execv(program.c_str(), argv);
+    std::fprintf(stderr, "%s: cannot execute %s: %s\n", tool.c_str(), program.c_str(), std::strerror(errno));
+    return 127;
+}
+
 int main(int argc, char** argv)
 {
     const auto executed = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
@@ -96,14 +106,12 @@ int main(int argc, char** argv)
             Misbehave(line);
         return 0;
     }
-    if (!IsHostTool(tool)) {
-        std::fprintf(stderr,
-                     "%s: the lab cannot do this tool's work; labctl tool %s behave says what it does instead\n",
-                     tool.c_str(), tool.c_str());
-        return 1;
-    }
-    const std::string program = "/host/usr/bin/" + tool;
-    execv(program.c_str(), argv);
-    std::fprintf(stderr, "%s: cannot execute %s: %s\n", tool.c_str(), program.c_str(), std::strerror(errno));
-    return 127;
+    if (IsHostTool(tool))
+        return RunHostTool(tool, argv);
+    const tools::TWork work = tools::FindWork(tool);
+    if (!work)
+        return tools::Refuse(tool, "the lab cannot do this tool's work; labctl tool " + tool +
+                                       " behave says what it does instead");
+    TMachine machine;
+    return work(machine, std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
 }
