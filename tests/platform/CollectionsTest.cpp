@@ -213,3 +213,43 @@ TEST_F(CFCollections, DataHoldsBytesOfAnyValue)
     const TScoped<CFDataRef> none(CFDataCreate(kCFAllocatorDefault, nullptr, 0));
     EXPECT_EQ(0, CFDataGetLength(none.Get()));
 }
+
+TEST_F(CFCollections, AnArrayOfGivenValuesOwnsThemAndCannotBeChanged)
+{
+    const TScoped<CFStringRef> text(MakeText("a"));
+    const void* values[] = {text.Get(), kCFBooleanTrue};
+    const TScoped<CFArrayRef> array(CFArrayCreate(kCFAllocatorDefault, values, 2, &kCFTypeArrayCallBacks));
+    EXPECT_EQ(2, CFArrayGetCount(array.Get()));
+    EXPECT_EQ(text.Get(), CFArrayGetValueAtIndex(array.Get(), 0));
+    EXPECT_EQ(2, CFGetRetainCount(text.Get()));
+    EXPECT_DEATH(CFArrayRemoveAllValues(const_cast<CFMutableArrayRef>(array.Get())), "not mutable");
+}
+
+TEST_F(CFCollections, OfEqualKeysADictionaryTakesTheFirst)
+{
+    const TScoped<CFStringRef> same(MakeText("k"));
+    const void* keys[] = {CFSTR("k"), same.Get(), CFSTR("l")};
+    const void* values[] = {CFSTR("first"), CFSTR("second"), CFSTR("third")};
+    const TScoped<CFDictionaryRef> table(CFDictionaryCreate(
+        kCFAllocatorDefault, keys, values, 3, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    EXPECT_EQ(2, CFDictionaryGetCount(table.Get()));
+    EXPECT_EQ(CFSTR("first"), CFDictionaryGetValue(table.Get(), CFSTR("k")));
+    EXPECT_DEATH(CFDictionaryRemoveAllValues(const_cast<CFMutableDictionaryRef>(table.Get())), "not mutable");
+}
+
+TEST_F(CFCollections, ACopyOfADictionaryChangesAloneAndSharesTheValues)
+{
+    const TScoped<CFStringRef> value(MakeText("v"));
+    const void* keys[] = {CFSTR("k")};
+    const void* values[] = {value.Get()};
+    const TScoped<CFDictionaryRef> table(CFDictionaryCreate(
+        kCFAllocatorDefault, keys, values, 1, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    const TScoped<CFMutableDictionaryRef> copy(CFDictionaryCreateMutableCopy(kCFAllocatorDefault, 0, table.Get()));
+    EXPECT_TRUE(CFEqual(table.Get(), copy.Get()));
+    EXPECT_EQ(value.Get(), CFDictionaryGetValue(copy.Get(), CFSTR("k")));
+    EXPECT_EQ(3, CFGetRetainCount(value.Get()));
+
+    CFDictionaryRemoveValue(copy.Get(), CFSTR("k"));
+    EXPECT_EQ(1, CFDictionaryGetCount(table.Get()));
+    EXPECT_EQ(0, CFDictionaryGetCount(copy.Get()));
+}

@@ -2,6 +2,7 @@
 #include "tests/support/MachineTest.h"
 
 #include <cmath>
+#include <ctime>
 #include <limits>
 
 class CFNumbers : public TMachineTest
@@ -107,4 +108,21 @@ TEST_F(CFNumbers, DatesAreTheirMoments)
     const TScoped<CFDateRef> other(CFDateCreate(kCFAllocatorDefault, 245766896));
     EXPECT_EQ(245766896, CFDateGetAbsoluteTime(one.Get()));
     EXPECT_TRUE(CFEqual(one.Get(), other.Get()));
+}
+
+TEST_F(CFNumbers, TheClockCountsFromTheYear2001)
+{
+    const double before = static_cast<double>(time(nullptr));
+    const CFAbsoluteTime now = CFAbsoluteTimeGetCurrent();
+    const double after = static_cast<double>(time(nullptr));
+    EXPECT_LE(before - 978307200, now);
+    EXPECT_GE(after + 1 - 978307200, now);
+}
+
+TEST_F(CFNumbers, TheClockHasFractionsOfASecond)
+{
+    EXPECT_TRUE(WaitUntil([] {
+        const CFAbsoluteTime now = CFAbsoluteTimeGetCurrent();
+        return now != std::floor(now);
+    }));
 }

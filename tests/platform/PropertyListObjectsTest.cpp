@@ -115,3 +115,64 @@ TEST_F(CFPropertyLists, ANumberOfSixtyFourBitsComesBack)
     EXPECT_EQ(-1, value);
     EXPECT_NE(std::string::npos, Write(list.Get()).find("<integer>18446744073709551615</integer>"));
 }
+
+class CFPropertyListValidity : public CFPropertyLists
+{
+protected:
+    static bool IsValid(const std::string& xml, CFPropertyListFormat format)
+    {
+        const TScoped<CFPropertyListRef> list(Read(xml));
+        return CFPropertyListIsValid(list.Get(), format);
+    }
+};
+
+TEST_F(CFPropertyListValidity, XMLTakesWhatItIsReadFrom)
+{
+    for (const char* list : {kList, "<real>1.5</real>", "<date>2008-10-15T12:34:56Z</date>", "<true/>", "<dict/>"})
+        EXPECT_TRUE(IsValid(list, kCFPropertyListXMLFormat_v1_0)) << list;
+}
+
+TEST_F(CFPropertyListValidity, OpenStepsFormatTakesNoNumbersDatesAndTruthValues)
+{
+    EXPECT_TRUE(IsValid("<dict><key>a</key><array><string>x</string><data>AA==</data></array></dict>",
+                        kCFPropertyListOpenStepFormat));
+    for (const char* leaf : {"<integer>1</integer>", "<real>1</real>", "<date>2008-10-15T12:34:56Z</date>", "<false/>"})
+        EXPECT_FALSE(IsValid("<array>" + std::string(leaf) + "</array>", kCFPropertyListOpenStepFormat)) << leaf;
+}
+
+TEST_F(CFPropertyListValidity, WhatHasNoPlaceInAListIsFoundHoweverDeep)
+{
+    const TScoped<CFUUIDRef> uuid(CFUUIDCreate(kCFAllocatorDefault));
+    const TScoped<CFMutableArrayRef> array(MakeObjects());
+    const TScoped<CFMutableDictionaryRef> table(MakeTable());
+    CFDictionarySetValue(table.Get(), CFSTR("inner"), array.Get());
+    EXPECT_TRUE(CFPropertyListIsValid(table.Get(), kCFPropertyListXMLFormat_v1_0));
+    CFArrayAppendValue(array.Get(), uuid.Get());
+    EXPECT_FALSE(CFPropertyListIsValid(table.Get(), kCFPropertyListXMLFormat_v1_0));
+    CFArrayRemoveAllValues(array.Get());
+    CFDictionarySetValue(table.Get(), uuid.Get(), CFSTR("a key must be text"));
+    EXPECT_FALSE(CFPropertyListIsValid(table.Get(), kCFPropertyListXMLFormat_v1_0));
+}
+
+TEST_F(CFPropertyListValidity, WhatHoldsItselfManyTimesIsSoonFound)
+{
+    const TScoped<CFMutableArrayRef> array(MakeObjects());
+    for (int i = 0; i < 3; ++i)
+        CFArrayAppendValue(array.Get(), array.Get());
+    EXPECT_FALSE(CFPropertyListIsValid(array.Get(), kCFPropertyListXMLFormat_v1_0));
+    CFArrayRemoveAllValues(array.Get());
+}
+
+TEST_F(CFPropertyListValidity, AValueThatStandsTwiceDoesNotHoldItself)
+{
+    const TScoped<CFMutableArrayRef> inner(MakeObjects());
+    const TScoped<CFMutableArrayRef> outer(MakeObjects());
+    CFArrayAppendValue(outer.Get(), inner.Get());
+    CFArrayAppendValue(outer.Get(), inner.Get());
+    EXPECT_TRUE(CFPropertyListIsValid(outer.Get(), kCFPropertyListXMLFormat_v1_0));
+}
+
+TEST_F(CFPropertyListValidity, AnotherFormatEndsTheProcess)
+{
+    EXPECT_DEATH(CFPropertyListIsValid(kCFBooleanTrue, kCFPropertyListBinaryFormat_v1_0), "not for format 200");
+}

@@ -18,7 +18,8 @@ typedef enum
 typedef enum
 {
     kCFPropertyListOpenStepFormat = 1,
-    kCFPropertyListXMLFormat_v1_0 = 100
+    kCFPropertyListXMLFormat_v1_0 = 100,
+    kCFPropertyListBinaryFormat_v1_0 = 200   // not known here
 } CFPropertyListFormat;
 
 // Reads XML. UTF-8 only, and stricter than a Mac: what is no well-formed property list is refused, and so are arrays and
@@ -37,7 +38,7 @@ CFDataRef CFPropertyListCreateXMLData(CFAllocatorRef allocator, CFPropertyListRe
 // Whether the object, and all that is in it, can be written in the format: XML takes text, data, dates, numbers, truth
 // values, arrays, and dictionaries whose keys are text; OpenStep's takes text, data, arrays and such dictionaries. What holds
 // itself cannot be written, nor what is more than 512 deep.
-// format  one of the above; any other end the process
+// format  XML or OpenStep; any other ends the process
 Boolean CFPropertyListIsValid(CFPropertyListRef propertyList, CFPropertyListFormat format);
 }
 
