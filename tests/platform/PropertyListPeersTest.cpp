@@ -1,39 +1,12 @@
-// The reader and writer beside two that were written by others: Python's plistlib and libplist's plistutil.
+// The reader and writer beside two that were written by others.
 
-#include "platform/PropertyList.h"
-#include "tests/support/MachineTest.h"
-#include "tests/support/RunningProgram.h"
-
-#include <fstream>
-#include <sstream>
+#include "tests/platform/PropertyListPeers.h"
 
 using plist::TValue;
 
-static const char kOurs[] = "/tmp/ours.plist";
-static const char kTheirs[] = "/tmp/theirs.plist";
-static const char kBetween[] = "/tmp/between.plist";
-
-class PropertyListPeers : public TMachineTest
+class PropertyListPeers : public TPropertyListPeers
 {
 protected:
-    static void WriteFile(const char* path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
-
-    static std::string ReadFile(const char* path)
-    {
-        std::ostringstream text;
-        text << std::ifstream(path, std::ios::binary).rdbuf();
-        return text.str();
-    }
-
-    static std::string RunPython(const std::string& script)
-    {
-        std::string output;
-        std::string errors;
-        const std::string end = RunToEnd({"/host/usr/bin/python3", "python3", "-c", script}, &output, &errors);
-        EXPECT_EQ("exited 0", end) << errors;
-        return output;
-    }
-
     static TValue ReadTheirs()
     {
         TValue value;
@@ -87,14 +60,7 @@ TEST_F(PropertyListPeers, PythonReadsWhatIsWrittenAndWritesWhatIsRead)
 TEST_F(PropertyListPeers, PlistutilReadsWhatIsWrittenAndWritesWhatIsRead)
 {
     WriteFile(kOurs, plist::Write(Sample()));
-    std::string errors;
-    ASSERT_EQ("exited 0", RunToEnd({"/host/usr/bin/plistutil", "plistutil", "-i", kOurs, "-o", kBetween, "-f", "bin"},
-                                   nullptr, &errors))
-        << errors;
-    ASSERT_EQ("bplist00", ReadFile(kBetween).substr(0, 8));
-    ASSERT_EQ("exited 0", RunToEnd({"/host/usr/bin/plistutil", "plistutil", "-i", kBetween, "-o", kTheirs, "-f", "xml"},
-                                   nullptr, &errors))
-        << errors;
+    RunPlistutil();
 
     EXPECT_EQ(plist::Write(Sample()), plist::Write(ReadTheirs()));
 }
