@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <unistd.h>
 
 namespace labctl {
@@ -77,6 +78,17 @@ std::string TOptions::Bytes(const std::string& name) const
     if (!digits)
         throw TMisuse{"--" + name + " is pairs of hexadecimal digits, not \"" + text + "\""};
     return lab::BytesFromHexadecimal(text);
+}
+
+int ReadSignal(const std::string& text)
+{
+    const std::string name = text.rfind("SIG", 0) == 0 ? text.substr(3) : text;
+    for (int number = 1; number < 32; ++number) {
+        const char* const known = sigabbrev_np(number);
+        if (known && name == known)
+            return number;
+    }
+    return static_cast<int>(ReadNumber("a signal that is no name such as TERM", text, 1, 64));
 }
 
 void ExpectWords(const TWords& words, std::size_t lowest, std::size_t highest)

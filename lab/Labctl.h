@@ -23,6 +23,9 @@ struct TCommand
 
 // Every subcommand, in the order in which --help lists them.
 const std::vector<TCommand>& Commands();
+// Of these, what changes tools, and what changes disks, volumes and firmware variables.
+const std::vector<TCommand>& ToolCommands();
+const std::vector<TCommand>& DiskCommands();
 
 // How a subcommand is called wrongly: thrown by those that read words, caught where the usage line is known.
 struct TMisuse
@@ -49,6 +52,9 @@ private:
 
 // A whole number, or misuse. `what` says what it is of: "--count".
 long long ReadNumber(const std::string& what, const std::string& text, long long lowest, long long highest);
+
+// "TERM", "SIGTERM" or "15" as its number, or misuse.
+int ReadSignal(const std::string& text);
 
 // Misuse unless there are as many words as told.
 void ExpectWords(const TWords& words, std::size_t lowest, std::size_t highest);

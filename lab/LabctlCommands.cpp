@@ -86,22 +86,10 @@ static int Stop(TMachine& machine, const TWords& words)
     return 0;
 }
 
-// "TERM", "SIGTERM" or "15".
-static int SignalNumber(const std::string& word)
-{
-    const std::string name = word.rfind("SIG", 0) == 0 ? word.substr(3) : word;
-    for (int number = 1; number < 32; ++number) {
-        const char* const known = sigabbrev_np(number);
-        if (known && name == known)
-            return number;
-    }
-    return static_cast<int>(ReadNumber("a signal that is no name such as TERM", word, 1, 64));
-}
-
 static int Signal(TMachine& machine, const TWords& words)
 {
     ExpectWords(words, 2, 2);
-    return SendTo(machine, words[0], SignalNumber(words[1]));
+    return SendTo(machine, words[0], ReadSignal(words[1]));
 }
 
 static int Processes(TMachine& machine, const TWords& words)
@@ -197,59 +185,6 @@ static int Queue(TMachine& machine, const TWords& words)
     return 0;
 }
 
-// Tools
-
-static int Tool(TMachine& machine, const TWords& words)
-{
-    ExpectWords(words, 2, SIZE_MAX);
-    const std::string& tool = words[0];
-    if (words[1] == "behave") {
-        ExpectWords(words, 3, SIZE_MAX);
-        std::string lines;
-        for (std::size_t i = 2; i < words.size(); ++i)
-            lines += words[i] + "\n";
-        return Report(machine.SetToolBehaviour(tool, lines));
-    }
-    ExpectWords(words, 2, 2);
-    if (words[1] == "missing")
-        return Report(machine.SetToolMissing(tool, true));
-    if (words[1] != "works")
-        throw TMisuse{"a tool is missing, works or is told to behave, it is not " + words[1]};
-    const std::string error = machine.SetToolMissing(tool, false);
-    return Report(error.empty() ? machine.SetToolBehaviour(tool, "") : error);
-}
-
-static int Tools(TMachine& machine, const TWords& words)
-{
-    ExpectWords(words, 0, 0);
-    for (const lab::TToolRun& run : machine.ToolRuns()) {
-        std::printf("%14.6f %5d  %s", run.seconds, static_cast<int>(run.process), lab::Escape(run.path).c_str());
-        for (const std::string& argument : run.arguments)
-            std::printf(" \"%s\"", lab::Escape(argument).c_str());
-        std::printf("\n");
-    }
-    return 0;
-}
-
-// Disks
-
-static int Disk(TMachine& machine, const TWords& words)
-{
-    ExpectWords(words, 2, SIZE_MAX);
-    TWords rest(words.begin() + 1, words.end());
-    if (words[0] == "attach") {
-        const TOptions options(&rest, {"below", "size"});
-        ExpectWords(rest, 1, 1);
-        const std::string below = options.Text("below");
-        const auto size = static_cast<std::uint64_t>(options.Number("size", 80026361856, 0, INT64_MAX));
-        return Report(machine.AddMedium(rest[0], below, size, below.empty()));
-    }
-    if (words[0] != "detach")
-        throw TMisuse{"a disk is attached or detached, it cannot " + words[0]};
-    ExpectWords(rest, 1, 1);
-    return Report(machine.RemoveMedium(rest[0]));
-}
-
 // Machines
 
 static int Tree(TMachine& machine, const TWords& words)
@@ -278,7 +213,7 @@ static int Create(TMachine&, const TWords& words)
     return Report(error ? "cannot copy the machine to " + words[1] + ": " + error.message() : "");
 }
 
-const std::vector<TCommand>& Commands()
+static const std::vector<TCommand>& MachineCommands()
 {
     static const std::vector<TCommand> commands{
         {"tree", "", "Shows the machine: its system, driver, processes and disks.", true, Tree},
@@ -306,16 +241,21 @@ const std::vector<TCommand>& Commands()
          "standard input holds\nthe options of one post; all of them are posted together.",
          true, Post},
         {"queue", "", "Lists the events that wait in the driver's queue, oldest first.", true, Queue},
-        {"tool", "NAME missing|works\nNAME behave LINE...",
-         "Takes a tool away, lets it do its work again, or tells it what to do instead.\nThe lines are carried out in "
-         "order: print TEXT, print-file PATH, fill COUNT, hang,\nsignal NUMBER, exit STATUS.",
-         true, Tool},
-        {"tools", "", "Lists every run of a tool with its exact arguments.", true, Tools},
-        {"disk", "attach NAME [--below NAME] [--size BYTES]\ndetach NAME",
-         "Adds a disk to the I/O Registry, or removes it and what is below it.\nBelow another disk it is a partition "
-         "of that.",
-         true, Disk},
     };
+    return commands;
+}
+
+static std::vector<TCommand> AllCommands()
+{
+    std::vector<TCommand> all;
+    for (const auto* const some : {&MachineCommands(), &ToolCommands(), &DiskCommands()})
+        all.insert(all.end(), some->begin(), some->end());
+    return all;
+}
+
+const std::vector<TCommand>& Commands()
+{
+    static const std::vector<TCommand> commands = AllCommands();
     return commands;
 }
 

@@ -1,6 +1,7 @@
 #include "lab/Labctl.h"
 
 #include "lab/Files.h"
+#include "lab/OpenFirmware.h"
 #include "lab/Registry.h"
 
 #include <cstdio>
@@ -49,17 +50,29 @@ static std::string MediumText(const TValue& entry)
     return text + (lab::TruthOf(entry, "Removable") ? ", removable" : "");
 }
 
+// ", volume Backup (hfs) at /Volumes/Backup"; empty when there is no file system on the disk.
+static std::string VolumeText(const TMachine& machine, const std::string& bsdName)
+{
+    const TValue volume = machine.Volume(bsdName);
+    if (volume.entries.empty())
+        return "";
+    const std::string path = machine.MountPath(bsdName);
+    return ", volume " + lab::Escape(lab::TextOf(volume, "Name")) + " (" + lab::TextOf(volume, "Kind") + ") " +
+           (path.empty() ? "not mounted" : "at " + path);
+}
+
 // The media below an entry; what stands between two media is left out.
-static void AddMedia(const TValue& entry, bool ofRAID, std::vector<TNode>* nodes)
+static void AddMedia(const TMachine& machine, const TValue& entry, bool ofRAID, std::vector<TNode>* nodes)
 {
     const bool marked = ofRAID || entry.Find("Halvorix Volume ID");
     std::vector<TNode>* below = nodes;
-    if (!lab::TextOf(entry, "BSD Name").empty()) {
-        nodes->push_back({MediumText(entry) + (marked ? ", RAID volume" : ""), {}});
+    const std::string bsdName = lab::TextOf(entry, "BSD Name");
+    if (!bsdName.empty()) {
+        nodes->push_back({MediumText(entry) + (marked ? ", RAID volume" : "") + VolumeText(machine, bsdName), {}});
         below = &nodes->back().below;
     }
     for (const TValue& child : lab::ChildrenOf(entry))
-        AddMedia(child, marked, below);
+        AddMedia(machine, child, marked, below);
 }
 
 static std::string SystemText(const TMachine& machine)
@@ -72,9 +85,16 @@ static std::string SystemText(const TMachine& machine)
            ", started from " + disk;
 }
 
+static std::string BootDeviceText(const TMachine& machine)
+{
+    const std::string value = machine.FirmwareVariable("boot-device");
+    const std::string bsdName = lab::DiskAtOpenFirmwarePath(machine, value);
+    return "boot device: " + (value.empty() ? "none" : value) + (bsdName.empty() ? "" : ", " + bsdName);
+}
+
 std::string DescribeMachine(const TMachine& machine)
 {
-    TNode root{lab::ReadLine(machine.Folder() + "/name"), {{SystemText(machine), {}}}};
+    TNode root{lab::ReadLine(machine.Folder() + "/name"), {{SystemText(machine), {}}, {BootDeviceText(machine), {}}}};
 
     std::string driver = "driver: not loaded";
     if (machine.DriverIsLoaded())
@@ -89,7 +109,7 @@ std::string DescribeMachine(const TMachine& machine)
 
     lab::TRegistry registry(machine.Folder());
     TNode disks{registry.Error().empty() ? "disks" : "disks: " + registry.Error(), {}};
-    AddMedia(registry.Root(), false, &disks.below);
+    AddMedia(machine, registry.Root(), false, &disks.below);
     root.below.push_back(disks);
 
     std::string text;

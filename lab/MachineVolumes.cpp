@@ -144,17 +144,22 @@ std::string TMachine::MountPath(const std::string& bsdName) const
 }
 
 // What a refusal of init means for a person.
-static std::string RefusalInWords(const std::string& bsdName, const std::string& done, const std::string& reason)
+static std::string RefusalInWords(const TMachine& machine, const std::string& bsdName, const std::string& done,
+                                  const std::string& reason)
 {
     const std::string cannot = bsdName + " cannot be " + done + ": ";
     if (reason == "busy" && done == "mounted")
         return cannot + "it is mounted already";
+    if (reason == "busy" && machine.MountPath(bsdName) == "/")
+        return cannot + "the machine started from it";
     if (reason == "busy")
         return cannot + "a program uses it";
     if (reason == "not-mounted")
         return cannot + "it is not mounted";
     if (reason == "not-found")
         return cannot + "no disk has the name";
+    if (reason == "not-writable")
+        return cannot + "it is read-only";
     if (reason == "unsupported")
         return cannot + "there is no file system on it";
     return cannot + reason;
@@ -167,15 +172,18 @@ static std::string Ask(const TMachine& machine, const std::string& bsdName, cons
     std::string answer;
     const std::string error = AskInit(machine, request, &answer);
     if (error.empty() && answer.rfind("refused ", 0) == 0)
-        return RefusalInWords(bsdName, done, answer.substr(8));
+        return RefusalInWords(machine, bsdName, done, answer.substr(8));
     return error;
 }
 
 std::string TMachine::MountVolume(const std::string& bsdName, const std::vector<std::string>& options)
 {
     std::string request = "mount " + bsdName + "\n";
-    for (const std::string& option : options)
+    for (const std::string& option : options) {
+        if (option.empty() || option.find('\n') != std::string::npos)
+            return "a mount option is a word, not \"" + Escape(option) + "\"";
         request += "option " + option + "\n";
+    }
     return Ask(*this, bsdName, request, "mounted");
 }
 

@@ -1,6 +1,5 @@
 #include "lab/Files.h"
-#include "tests/support/MachineTest.h"
-#include "tests/support/RunningProgram.h"
+#include "tests/lab/LabctlRun.h"
 
 #include <string>
 #include <unistd.h>
@@ -8,52 +7,8 @@
 
 using namespace lab;
 
-class Labctl : public TMachineTest
+class Labctl : public TLabctlTest
 {
-protected:
-    // Runs labctl and returns what it ended with, such as "exited 0".
-    std::string Run(const std::vector<std::string>& arguments)
-    {
-        std::vector<std::string> command{"/lab/bin/labctl", "labctl"};
-        command.insert(command.end(), arguments.begin(), arguments.end());
-        return RunToEnd(command, &output, &errors);
-    }
-
-    // Likewise, by a shell: for standard input and the environment.
-    std::string RunByShell(const std::string& line)
-    {
-        return RunToEnd({"/bin/sh", "sh", "-c", line}, &output, &errors);
-    }
-
-    // labctl did it and had nothing to say.
-    void ExpectSilent(const std::vector<std::string>& arguments)
-    {
-        EXPECT_EQ("exited 0", Run(arguments)) << errors;
-        EXPECT_EQ("", output);
-        EXPECT_EQ("", errors);
-    }
-
-    // labctl could not do it, and said why in this one line.
-    void ExpectRefusal(const std::vector<std::string>& arguments, const std::string& why)
-    {
-        EXPECT_EQ("exited 1", Run(arguments));
-        EXPECT_EQ("", output);
-        EXPECT_EQ("labctl: " + why + "\n", errors);
-    }
-
-    // labctl was called wrongly: one line that begins so and ends with how it is called.
-    void ExpectMisuse(const std::vector<std::string>& arguments, const std::string& why)
-    {
-        EXPECT_EQ("exited 2", Run(arguments));
-        EXPECT_EQ("", output);
-        EXPECT_EQ(0u, errors.find("labctl: " + why + "; usage: labctl ")) << errors;
-        EXPECT_EQ(errors.size() - 1, errors.find('\n')) << errors;
-    }
-
-    bool OutputHas(const std::string& text) const { return output.find(text) != std::string::npos; }
-
-    std::string output;
-    std::string errors;
 };
 
 TEST_F(Labctl, StartPrintsTheProcessAndItRuns)
@@ -241,67 +196,6 @@ TEST_F(Labctl, QueueListsWhatWaits)
     EXPECT_EQ("type 3, flag 0, head 0000000000000000, name disk2s3\n", output);
 }
 
-TEST_F(Labctl, AToolIsTakenAwayAndGivenBack)
-{
-    ExpectSilent({"tool", "ps", "missing"});
-    EXPECT_NE(0, access("/bin/ps", X_OK));
-    ExpectSilent({"tool", "ps", "works"});
-    EXPECT_EQ(0, access("/bin/ps", X_OK));
-}
-
-TEST_F(Labctl, AToolIsToldToBehaveAndToWorkAgain)
-{
-    ExpectSilent({"tool", "ps", "behave", "print told\\x0a", "exit 9"});
-    std::string told;
-    EXPECT_EQ("exited 9", RunToEnd({"/bin/ps", "ps"}, &told, nullptr));
-    EXPECT_EQ("told\n", told);
-    ExpectSilent({"tool", "ps", "works"});
-    EXPECT_EQ("exited 0", RunToEnd({"/bin/ps", "ps"}, nullptr, nullptr));
-}
-
-TEST_F(Labctl, ToolsThatAreWrongAreRefused)
-{
-    EXPECT_EQ("exited 1", Run({"tool", "fsck", "works"}));
-    EXPECT_EQ(0u, errors.find("labctl: this machine has no tool fsck; it has bless, ")) << errors;
-    ExpectRefusal({"tool", "ps", "behave", "fly"},
-                  "a tool cannot \"fly\"; it can print TEXT, print-file PATH, fill COUNT, hang, signal NUMBER and exit "
-                  "STATUS");
-    ExpectMisuse({"tool", "ps"}, "something is missing");
-    ExpectMisuse({"tool", "ps", "behave"}, "something is missing");
-    ExpectMisuse({"tool", "ps", "broken"}, "a tool is missing, works or is told to behave, it is not broken");
-    ExpectMisuse({"tool", "ps", "missing", "now"}, "\"now\" is too much");
-}
-
-TEST_F(Labctl, ToolsListsEachRunWithItsArguments)
-{
-    ASSERT_EQ("exited 0", RunToEnd({"/bin/rm", "rm", "-f", "two words"}, nullptr, nullptr));
-    ASSERT_EQ("exited 0", Run({"tools"}));
-    EXPECT_TRUE(OutputHas("  /bin/rm \"rm\" \"-f\" \"two words\"\n")) << output;
-}
-
-TEST_F(Labctl, ADiskIsAttachedAndDetached)
-{
-    ExpectSilent({"disk", "attach", "disk9", "--size", "1024"});
-    ExpectSilent({"disk", "attach", "disk9s1", "--below", "disk9"});
-    ASSERT_EQ("exited 0", Run({"tree"}));
-    EXPECT_TRUE(OutputHas("-- disk9  External Media, 1.0 KB\n        `-- disk9s1  Untitled 1, 74.5 GB, Apple_HFS\n"))
-        << output;
-    ExpectSilent({"disk", "detach", "disk9"});
-    ASSERT_EQ("exited 0", Run({"tree"}));
-    EXPECT_FALSE(OutputHas("disk9"));
-}
-
-TEST_F(Labctl, DisksThatAreWrongAreRefused)
-{
-    ExpectRefusal({"disk", "attach", "disk0"}, "a disk has the name disk0 already");
-    EXPECT_EQ("exited 1", Run({"disk", "detach", "disk77"}));
-    EXPECT_EQ(0u, errors.find("labctl: no disk has the name disk77; the machine has disk0, ")) << errors;
-    ExpectMisuse({"disk", "attach"}, "something is missing");
-    ExpectMisuse({"disk", "paint", "disk0"}, "a disk is attached or detached, it cannot paint");
-    ExpectMisuse({"disk", "attach", "disk9", "--size", "-1"},
-                 "--size is a whole number from 0 to 9223372036854775807, not \"-1\"");
-}
-
 TEST_F(Labctl, TheTreeShowsTheSystemTheDriverTheProcessesAndTheDisks)
 {
     ASSERT_EQ("exited 0", Run({"post"}));
@@ -311,12 +205,15 @@ TEST_F(Labctl, TheTreeShowsTheSystemTheDriverTheProcessesAndTheDisks)
 
     EXPECT_EQ(0u, output.find("Power Mac G5, Mac OS X 10.5.8\n"
                               "|-- system: Mac OS X 10.5.8, started from disk2s3\n"
+                              "|-- boot device: /ht@0,f2000000/pci@7/k2-sata-root@C/k2-sata@0/@0:3,\\\\:tbxi, disk0s3\n"
                               "|-- driver: loaded, 1 events waiting, 0 dropped\n"
                               "|-- processes\n"))
         << output;
     EXPECT_TRUE(OutputHas("-- " + process + "  SystemUIServer, running\n")) << output;
     EXPECT_TRUE(OutputHas("`-- disks\n    |-- disk0  ST3250823AS Media, 232.9 GB, Apple_partition_scheme\n")) << output;
-    EXPECT_TRUE(OutputHas("-- disk2s3  Macintosh RAID, 232.4 GB, Apple_HFS, RAID volume\n")) << output;
+    EXPECT_TRUE(
+        OutputHas("-- disk2s3  Macintosh RAID, 232.4 GB, Apple_HFS, RAID volume, volume Macintosh RAID (hfs) at /\n"))
+        << output;
     EXPECT_FALSE(OutputHas("disk0s4  Halvorix, 232.8 GB, Halvorix_RAID, RAID volume")) << output;
 }
 
@@ -326,6 +223,11 @@ TEST_F(Labctl, TheTreeSaysWhatIsNotThere)
     ASSERT_EQ("exited 0", Run({"--machine", "/tmp/mac", "driver", "unload"}));
     ASSERT_EQ("exited 0", Run({"--machine", "/tmp/mac", "tree"}));
     EXPECT_TRUE(OutputHas("|-- driver: not loaded\n|-- processes: the machine is not running\n`-- disks\n")) << output;
+    EXPECT_TRUE(OutputHas("volume Macintosh HD (hfs) not mounted\n")) << output;
+    TMachine other("/tmp/mac");
+    ASSERT_EQ("", other.RemoveDeviceTreeProperty("/options", "boot-device"));
+    ASSERT_EQ("exited 0", Run({"--machine", "/tmp/mac", "tree"}));
+    EXPECT_TRUE(OutputHas("|-- boot device: none\n")) << output;
 }
 
 TEST_F(Labctl, CreateCopiesAMachineThatCanBeChangedOnItsOwn)
@@ -400,8 +302,9 @@ TEST_F(Labctl, HelpListsEverySubcommandAndEachExplainsItself)
     ASSERT_EQ("exited 0", Run({"--help"}));
     EXPECT_EQ(0u, output.find("usage: labctl [--machine DIR] SUBCOMMAND\n"));
     const std::string list = output;
-    for (const char* const command : {"tree", "create", "start", "stop", "signal", "processes", "driver", "post",
-                                      "queue", "tool", "tools", "disk"}) {
+    for (const char* const command :
+         {"tree", "create", "start", "stop", "signal", "processes", "driver", "post", "queue", "tool", "tools", "disk",
+          "volume", "mount", "unmount", "rename", "refuse", "nvram"}) {
         EXPECT_NE(std::string::npos, list.find(std::string("\n  ") + command + " ")) << command;
         EXPECT_EQ("exited 0", Run({command, "--help"}));
         EXPECT_EQ(0u, output.find(std::string("usage: labctl ") + command)) << output;

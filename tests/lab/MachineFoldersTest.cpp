@@ -171,6 +171,103 @@ TEST_F(MachineFolders, LeopardsVolumeNamesTwoBootMembersOnMapsOfBothKinds)
     EXPECT_NE(std::string::npos, second.find("/IOGUIDPartitionScheme/Halvorix@2")) << second;
 }
 
+TEST_F(MachineFolders, EveryVolumeHasAnIdentityThatNoOtherHas)
+{
+    std::set<std::string> identifiers;
+    std::set<std::string> uuids;
+    for (const std::string& name : Names()) {
+        const TMachine folder(FolderOf(name));
+        for (const std::string& disk : NamesInFolder(FolderOf(name) + "/volumes")) {
+            const TValue volume = folder.Volume(disk);
+            EXPECT_NE("", TextOf(volume, "Name")) << name << " " << disk;
+            if (TextOf(volume, "Kind") != "hfs")
+                continue;
+            EXPECT_TRUE(identifiers.insert(TextOf(volume, "Identifier")).second) << name << " " << disk;
+            EXPECT_TRUE(uuids.insert(TextOf(volume, "UUID")).second) << name << " " << disk;
+            EXPECT_EQ(16u, TextOf(volume, "Identifier").size());
+            EXPECT_EQ(36u, TextOf(volume, "UUID").size());
+            EXPECT_EQ('3', TextOf(volume, "UUID")[14]) << "made from a name";
+        }
+    }
+    EXPECT_EQ(8u, identifiers.size());
+}
+
+TEST_F(MachineFolders, EveryHelperPartitionHoldsWhatAnOlderSystemLeft)
+{
+    for (const char* const disk : {"disk0s3", "disk1s3"}) {
+        const TMachine folder(FolderOf("leopard"));
+        EXPECT_EQ("Boot OSX", TextOf(folder.Volume(disk), "Name"));
+        EXPECT_FALSE(TruthOf(folder.Volume(disk), "Journaled"));
+        TValue version;
+        EXPECT_EQ("", ReadPropertyList(folder.VolumeFiles(disk) + "/System/Library/CoreServices/SystemVersion.plist",
+                                       &version));
+        EXPECT_EQ("10.5.7", TextOf(version, "ProductVersion"));
+    }
+}
+
+TEST_F(MachineFolders, EveryStartupVolumeHoldsWhatHelpersAreFilledFrom)
+{
+    for (const std::string& name : Names()) {
+        const TMachine folder(FolderOf(name));
+        const std::string startup = ReadLine(FolderOf(name) + "/startup-volume");
+        EXPECT_EQ("System/Library/CoreServices", TextOf(folder.Volume(startup), "Blessed Folder")) << name;
+        for (const char* const file :
+             {"System/Library/CoreServices/BootX", "System/Library/CoreServices/boot.efi",
+              "System/Library/CoreServices/SystemVersion.plist", "System/Library/Extensions.mkext", "mach_kernel",
+              "Library/Preferences/SystemConfiguration/com.apple.Boot.plist", "usr/standalone/ppc/bootx.bootinfo"}) {
+            std::string text;
+            EXPECT_TRUE(ReadFile(folder.VolumeFiles(startup) + "/" + file, &text)) << name << " " << file;
+        }
+    }
+}
+
+TEST_F(MachineFolders, TheFirmwareStartsFromADiskOfTheMachineAndItsAliasesLeadToNodes)
+{
+    for (const std::string& name : Names()) {
+        const TMachine folder(FolderOf(name));
+        TRegistry registry(FolderOf(name));
+        std::string device = folder.FirmwareVariable("boot-device");
+        const std::size_t booter = device.rfind(",\\\\:tbxi");
+        ASSERT_NE(std::string::npos, booter) << name;
+        EXPECT_NE(nullptr, registry.AtDeviceTreePath(device.substr(0, booter))) << name << " " << device;
+        const TValue* const aliases = registry.AtDeviceTreePath("/aliases");
+        ASSERT_NE(nullptr, aliases) << name;
+        for (const char* const alias : {"hd", "fw"}) {
+            ASSERT_NE(nullptr, aliases->Find(alias)) << name;
+            std::string path = aliases->Find(alias)->text.c_str();
+            path = path.substr(0, path.rfind("/@0"));   // a drive has a node for each partition and none for itself
+            EXPECT_NE(nullptr, registry.AtDeviceTreePath(path)) << name << " " << path;
+        }
+        EXPECT_NE("", TextOf(*registry.AtDeviceTreePath("/"), "IOPlatformSerialNumber")) << name;
+    }
+}
+
+TEST_F(MachineFolders, LeopardHasDisksOnThreeBuses)
+{
+    std::set<std::string> buses;
+    Visit(Plane(FolderOf("leopard"), "ioreg.plist"), [&](const TValue& entry) {
+        const TValue* const protocol = entry.Find("Protocol Characteristics");
+        if (protocol)
+            buses.insert(TextOf(*protocol, "Physical Interconnect"));
+    });
+    EXPECT_EQ((std::set<std::string>{"FireWire", "SATA", "USB"}), buses);
+}
+
+TEST_F(MachineFolders, EveryPartitionSchemeSaysWhatItMakesOfItsDisk)
+{
+    for (const std::string& name : Names()) {
+        std::string content;
+        Visit(Plane(FolderOf(name), "ioreg.plist"), [&](const TValue& entry) {
+            if (TruthOf(entry, "Whole"))
+                content = TextOf(entry, "Content");
+            if (entry.Find("Content Mask")) {
+                EXPECT_EQ(content, TextOf(entry, "Content Mask")) << name;
+            }
+        });
+        EXPECT_NE("", content) << name;
+    }
+}
+
 TEST_F(MachineFolders, PantherHasNoSpotlight)
 {
     const auto hasSpotlight = [&](const std::string& name) {
