@@ -56,10 +56,19 @@ TEST_F(FileReferences, FilesOfTwoVolumesAreOnDifferentOnes)
     const FSRef otherVolume = ReferenceTo("/Volumes/Data");
     const FSRef startUpVolume = ReferenceTo("/Volumes");
 
-    // A name that only begins like a volume's is none of its files.
     EXPECT_EQ(errFSRefsDifferent, FSCompareFSRefs(&file, &itsVolume));
     EXPECT_EQ(diffVolErr, FSCompareFSRefs(&file, &otherVolume));
     EXPECT_EQ(diffVolErr, FSCompareFSRefs(&file, &startUpVolume));
+}
+
+TEST_F(FileReferences, AFolderWhoseNameOnlyBeginsLikeAMountPointsIsNotOnThatVolume)
+{
+    Mount("disk9s1", "/Volumes/Data", -101);
+    mkdir("/Volumes/Database", 0777);
+    const FSRef folder = ReferenceTo("/Volumes/Database");
+    const FSRef startUpVolume = ReferenceTo("/Volumes");
+
+    EXPECT_EQ(errFSRefsDifferent, FSCompareFSRefs(&folder, &startUpVolume));
 }
 
 TEST_F(FileReferences, NothingThereIsFileNotFound)
