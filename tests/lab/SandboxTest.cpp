@@ -73,6 +73,7 @@ TEST_F(Sandbox, TheStartupVolumesFilesAreTheSystem)
     EXPECT_EQ("kernel of 10.5.8", ReadLine("/mach_kernel"));
     EXPECT_EQ(0, access("/System/Library/CoreServices/SystemVersion.plist", R_OK));
     EXPECT_EQ(0, access("/Library/Preferences/SystemConfiguration/com.apple.Boot.plist", R_OK));
+    EXPECT_EQ("boot information of 10.5.8", ReadLine("/usr/standalone/ppc/bootx.bootinfo"));
 
     ASSERT_EQ("", ReplaceFile("/Library/new", "text"));
     EXPECT_EQ("text", machine.ReadText("volumes/disk2s3/files/Library/new"));

@@ -69,6 +69,45 @@ Run --folder "$scratch/mac" -- touch /machine/mark
 Run --machine panther -- cat /machine/name
 [ "$output" = "Power Mac G4, Mac OS X 10.3.9" ] || Fail "--machine panther is $output"
 
+# A folder that is started again has its volumes mounted anew, in the order of their disks' numbers; what was renamed stays so.
+Run --folder "$scratch/mac" -- sh -c 'labctl disk attach disk10 --volume Ten && labctl disk attach disk9 --volume Nine &&
+    labctl unmount disk3s3 && labctl rename disk9 Neun && grep -h number /machine/mounts/*'
+ExpectStatus 0 "disks that are attached"
+[ "$output" = "/Volumes/Neun
+number -100
+number -102
+number -103" ] || Fail "volumes of the first run: $output $errors"
+Run --folder "$scratch/mac" -- sh -c 'cat /machine/mounts/disk0s3 /machine/mounts/disk3s3 /machine/mounts/disk9 /machine/mounts/disk10;
+    ls /machine/mounts /Volumes'
+[ "$output" = "path /
+number -100
+path /Volumes/Projects
+number -101
+path /Volumes/Neun
+number -102
+path /Volumes/Ten
+number -103
+/Volumes:
+Macintosh HD
+Neun
+Projects
+Ten
+
+/machine/mounts:
+disk0s3
+disk10
+disk3s3
+disk9" ] || Fail "volumes of the second run: $output $errors"
+
+# A start-up volume that is none is said, and the machine runs.
+cp -R "$tests/../../lab/machines/tiger" "$scratch/odd"
+echo disk77 >"$scratch/odd/startup-volume"
+Run --folder "$scratch/odd" -- ls /Volumes
+ExpectStatus 0 "a start-up volume that is none"
+ExpectErrors "lab-init: disk77 is no volume, so nothing is mounted at /" "a start-up volume that is none"
+[ "$output" = "Macintosh HD
+Projects" ] || Fail "without a start-up volume: $output"
+
 # The variables of tests go in, others do not.
 # shellcheck disable=SC2016 # the program inside expands them
 output=$(HALVORIX_TRY=1 GTEST_TRY=2 SECRET=3 "$sandbox" --build "$build" -- sh -c 'echo "$HALVORIX_TRY$GTEST_TRY$SECRET"')
