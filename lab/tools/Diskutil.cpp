@@ -1,6 +1,6 @@
 // diskutil: journals, names and mounts of volumes.
 
-#include "lab/tools/Diskutil.h"
+#include "lab/tools/DiskutilList.h"
 
 #include "lab/Registry.h"
 #include "lab/tools/Tool.h"

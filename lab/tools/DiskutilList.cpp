@@ -1,5 +1,5 @@
+#include "lab/tools/DiskutilList.h"
 #include "lab/Registry.h"
-#include "lab/tools/Diskutil.h"
 #include "lab/tools/Tool.h"
 
 #include <cstdio>

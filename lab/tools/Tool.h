@@ -19,7 +19,7 @@ using TWork = int (*)(lab::TMachine& machine, const TWords& words);
 // The work of the tool with this name; null when the lab cannot do it.
 TWork FindWork(const std::string& tool);
 
-// One for each tool, named for it; each has a source file of that name.
+// One for each tool, named for it.
 int Bless(lab::TMachine& machine, const TWords& words);
 int Diskutil(lab::TMachine& machine, const TWords& words);
 int HfsUtil(lab::TMachine& machine, const TWords& words);

@@ -3,7 +3,6 @@
 #include "lab/Files.h"
 #include "lab/Registry.h"
 
-#include <cctype>
 #include <cstdio>
 #include <random>
 #include <set>

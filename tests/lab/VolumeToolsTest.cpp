@@ -1,5 +1,7 @@
 #include "tests/lab/ToolWork.h"
 
+#include <memory>
+
 using namespace lab;
 using plist::TValue;
 
@@ -103,6 +105,28 @@ TEST_F(VsdbutilTool, VolumesThatWereNeverSeenAreTakenInAtOnce)
     EXPECT_EQ("exited 0", Vsdbutil({"-c", "/Volumes/Tapes"}));
     EXPECT_EQ("Permissions on '/Volumes/Tapes' are disabled.\n", output);
     EXPECT_TRUE(Truth("disk2s3", "Owners"));
+}
+
+TEST_F(VsdbutilTool, WhatOthersChangeMeanwhileIsKept)
+{
+    AddMountedVolume("disk9s2", "Tapes");
+    auto lock = std::make_unique<TFileLock>(machine.Folder() + "/lock");
+    TRunningProgram program({"/usr/sbin/vsdbutil", "vsdbutil", "-d", "/Volumes/Tapes"});
+    // The kernel's list of locks shows who waits for one.
+    const std::string waiter = "-> FLOCK  ADVISORY  WRITE " + std::to_string(program.Process()) + " ";
+    std::string locks;
+    EXPECT_TRUE(WaitUntil([&] {
+        ReadFile("/proc/locks", &locks);
+        return locks.find(waiter) != std::string::npos || !program.IsRunning();
+    })) << locks;
+    TValue volume = machine.Volume("disk9s2");
+    volume.Set("Journaled", TValue::Boolean(false));
+    EXPECT_EQ("", machine.WriteText("volumes/disk9s2/volume.plist", plist::Write(volume)));
+    lock.reset();
+
+    EXPECT_EQ("exited 0", program.WaitForEnd());
+    EXPECT_FALSE(Truth("disk9s2", "Journaled"));
+    EXPECT_FALSE(Truth("disk9s2", "Owners"));
 }
 
 TEST_F(VsdbutilTool, WrongCallsFail)

@@ -1,7 +1,7 @@
 // diskutil: the half of the tool that shows disks instead of changing them.
 
-#ifndef HALVORIX_LAB_TOOLS_DISKUTIL_H
-#define HALVORIX_LAB_TOOLS_DISKUTIL_H
+#ifndef HALVORIX_LAB_TOOLS_DISKUTILLIST_H
+#define HALVORIX_LAB_TOOLS_DISKUTILLIST_H
 
 #include "lab/Machine.h"
 
