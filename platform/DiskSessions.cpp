@@ -1,8 +1,10 @@
-#include <DiskArbitration/DiskArbitration.h>
+// Disk Arbitration's sessions: what they have to tell, and the run loop on which they tell it.
 
+#include "platform/DiskClaims.h"
+#include "platform/DiskRequests.h"
+#include "platform/Disks.h"
 #include "platform/MachineFolder.h"
 #include "platform/Objects.h"
-#include "platform/Registry.h"
 #include "platform/RunLoop.h"
 
 #include <algorithm>
@@ -16,66 +18,10 @@
 
 using namespace platform;
 
-// A medium in the registry.
-struct TMedium
-{
-    std::uint64_t identifier = 0;
-    bool isNamed = false;
-    std::string bsdName;
-};
-
-// Disks
-
-struct __DADisk : TObject
-{
-    __DADisk(const TType& type, const TMedium& medium) : TObject(type, 1), fMedium(medium) {}
-    const TMedium fMedium;
-};
-
-static bool DisksAreEqual(const TObject* one, const TObject* other)
-{
-    return static_cast<const __DADisk*>(one)->fMedium.identifier ==
-           static_cast<const __DADisk*>(other)->fMedium.identifier;
-}
-
-static CFHashCode HashOfDisk(const TObject* disk)
-{
-    return static_cast<CFHashCode>(static_cast<const __DADisk*>(disk)->fMedium.identifier);
-}
-
-static const TType kDiskType = {"DADisk", 256, Destroy<__DADisk>, DisksAreEqual, HashOfDisk};
-
-CFTypeID DADiskGetTypeID(void)
-{
-    return kDiskType.identifier;
-}
-
-const char* DADiskGetBSDName(DADiskRef disk)
-{
-    const TMedium& medium = As<__DADisk>(disk, kDiskType)->fMedium;
-    return medium.isNamed ? medium.bsdName.c_str() : nullptr;
-}
-
-static std::vector<TMedium> PresentMedia()
-{
-    std::vector<TMedium> media;
-    const std::shared_ptr<const TRegistry> registry = TRegistry::Current();
-    for (const TEntry& entry : registry->Entries()) {
-        if (!registry->ConformsTo(entry, "IOMedia"))
-            continue;
-        const plist::TValue* const name = entry.properties.Find("BSD Name");
-        const bool isNamed = name != nullptr && name->kind == plist::Kind::kString;
-        media.push_back({entry.identifier, isNamed, isNamed ? name->text : std::string()});
-    }
-    return media;
-}
-
 static bool Holds(const std::vector<TMedium>& media, std::uint64_t identifier)
 {
     return std::any_of(media.begin(), media.end(), [&](const TMedium& one) { return one.identifier == identifier; });
 }
-
-// Sessions
 
 // The callbacks of both kinds have the same form.
 typedef void (*TDiskCallback)(DADiskRef disk, void* context);
@@ -121,8 +67,11 @@ private:
 
 struct __DASession : TObject
 {
-    explicit __DASession(const TType& type) : TObject(type, 1), fWatcher(this) {}
+    explicit __DASession(const TType& type) : TObject(type, 1), fWatcher(this), fRequests(this) {}
+    ~__DASession() { DropClaimsOf(this); }
+
     TDiskWatcher fWatcher;
+    TDiskRequests fRequests;
 };
 
 static const TType kSessionType = {"DASession", 257, Destroy<__DASession>, nullptr, nullptr};
@@ -130,6 +79,11 @@ static const TType kSessionType = {"DASession", 257, Destroy<__DASession>, nullp
 static TDiskWatcher& WatcherOf(DASessionRef session)
 {
     return AsMutable<__DASession>(session, kSessionType)->fWatcher;
+}
+
+TDiskRequests& platform::RequestsOf(DASessionRef session)
+{
+    return AsMutable<__DASession>(session, kSessionType)->fRequests;
 }
 
 void TDiskWatcher::Register(bool ofAppearance, CFDictionaryRef match, TDiskCallback callback, void* context)
@@ -223,7 +177,7 @@ void TDiskWatcher::Call(std::size_t registration, const TMedium& medium)
     // Copied: the callback may register another, which moves them.
     const TDiskCallback callback = fRegistrations[registration].callback;
     void* const context = fRegistrations[registration].context;
-    const TReference disk(Make<__DADisk>(kDiskType, medium));
+    const TReference disk(MakeDisk(fSession, medium));
     callback(static_cast<DADiskRef>(const_cast<void*>(disk.Get())), context);
 }
 
@@ -240,11 +194,13 @@ DASessionRef DASessionCreate(CFAllocatorRef)
 void DASessionScheduleWithRunLoop(DASessionRef session, CFRunLoopRef runLoop, CFStringRef runLoopMode)
 {
     WatcherOf(session).Schedule(runLoop, runLoopMode);
+    RequestsOf(session).Schedule(runLoop, runLoopMode);
 }
 
 void DASessionUnscheduleFromRunLoop(DASessionRef session, CFRunLoopRef, CFStringRef)
 {
     WatcherOf(session).Unschedule();
+    RequestsOf(session).Unschedule();
 }
 
 void DARegisterDiskAppearedCallback(DASessionRef session, CFDictionaryRef match, DADiskAppearedCallback callback,

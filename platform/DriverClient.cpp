@@ -1,17 +1,16 @@
 #include "platform/DriverClient.h"
 
 #include "platform/MachineFolder.h"
+#include "platform/MachineLock.h"
 #include "platform/Registry.h"
 
 #include <IOKit/IOKitLib.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
 #include <string>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -50,21 +49,6 @@ bool IsRefused(const char* file, kern_return_t* status)
     *status = static_cast<kern_return_t>(number);
     return true;
 }
-
-// Holds the machine's lock.
-class TMachineLock
-{
-public:
-    TMachineLock() : fFile(open(MachinePath("lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644))
-    {
-        // Closing the file gives the lock back.
-        while (fFile && flock(fFile.Get(), LOCK_EX) != 0 && errno == EINTR) {
-        }
-    }
-
-private:
-    const TDescriptor fFile;
-};
 
 bool ReadDigits(const char* digits, unsigned char* bytes, std::size_t count)
 {

@@ -8,6 +8,7 @@ extern "C" {
 typedef unsigned int mach_port_t;
 typedef mach_port_t task_port_t;
 typedef int kern_return_t;
+typedef kern_return_t mach_error_t;
 typedef int boolean_t;   // as on PowerPC and 32-bit Intel
 
 #define MACH_PORT_NULL 0
