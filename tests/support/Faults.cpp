@@ -81,6 +81,14 @@ struct TInside
     ~TInside() { --gInside; }
 };
 
+// The product's again: a callback that a function of the table calls.
+struct TOutside
+{
+    TOutside() : depth(gInside) { gInside = 0; }
+    ~TOutside() { gInside = depth; }
+    const int depth;
+};
+
 template <class TFirst>
 long AsInteger(TFirst value)
 {
@@ -536,6 +544,47 @@ Boolean __wrap_CFURLWriteDataAndPropertiesToResource(CFURLRef url, CFDataRef byt
                                                      SInt32* error)
 {
     return Call(kCFURLWriteData, __real_CFURLWriteDataAndPropertiesToResource, url, bytes, properties, error);
+}
+
+// A callback that the product registered, called as the product. Never freed: its session may call as long as it lives.
+struct TRegistered
+{
+    DADiskAppearedCallback callback;
+    void* context;
+};
+
+static TRegistered* Registered(DADiskAppearedCallback callback, void* context)
+{
+    static auto* const all = new std::vector<TRegistered*>;
+    static auto* const lock = new std::mutex;
+    const std::lock_guard<std::mutex> hold(*lock);
+    all->push_back(new TRegistered{callback, context});
+    return all->back();
+}
+
+static void CallAsProduct(DADiskRef disk, void* registered)
+{
+    const TOutside outside;
+    const auto* const real = static_cast<TRegistered*>(registered);
+    real->callback(disk, real->context);
+}
+
+static TListed kDARegisterAppeared("DARegisterDiskAppearedCallback");
+void __real_DARegisterDiskAppearedCallback(DASessionRef, CFDictionaryRef, DADiskAppearedCallback, void*);
+void __wrap_DARegisterDiskAppearedCallback(DASessionRef session, CFDictionaryRef match, DADiskAppearedCallback callback,
+                                           void* context)
+{
+    Call(kDARegisterAppeared, __real_DARegisterDiskAppearedCallback, session, match, &CallAsProduct,
+         static_cast<void*>(Registered(callback, context)));
+}
+
+static TListed kDARegisterDisappeared("DARegisterDiskDisappearedCallback");
+void __real_DARegisterDiskDisappearedCallback(DASessionRef, CFDictionaryRef, DADiskDisappearedCallback, void*);
+void __wrap_DARegisterDiskDisappearedCallback(DASessionRef session, CFDictionaryRef match,
+                                              DADiskDisappearedCallback callback, void* context)
+{
+    Call(kDARegisterDisappeared, __real_DARegisterDiskDisappearedCallback, session, match, &CallAsProduct,
+         static_cast<void*>(Registered(callback, context)));
 }
 
 static TListed kDASessionCreate("DASessionCreate");

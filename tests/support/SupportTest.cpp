@@ -4,6 +4,7 @@
 #include "tests/support/MachineTest.h"
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <DiskArbitration/DiskArbitration.h>
 #include <IOKit/IOKitLib.h>
 
 #include <cerrno>
@@ -121,4 +122,45 @@ TEST(Faults, AWatchSeesTheFirstArgument)
 
     EXPECT_EQ(getpid(), seen);
     EXPECT_EQ(1u, watch.Calls());
+}
+
+// Notes what geteuid answers in the callback of each disk that is there.
+static void AskForUser(DADiskRef, void* context)
+{
+    static_cast<std::vector<uid_t>*>(context)->push_back(geteuid());
+    CFRunLoopStop(CFRunLoopGetCurrent());
+}
+
+TEST(Faults, WhatACallbackOfTheRunLoopCallsFailsToo)
+{
+    std::vector<uid_t> users;
+    DASessionRef session = DASessionCreate(kCFAllocatorDefault);
+    DARegisterDiskAppearedCallback(session, nullptr, AskForUser, &users);
+    DASessionScheduleWithRunLoop(session, CFRunLoopGetCurrent(), kCFRunLoopDefaultMode);
+    {
+        const TFault fault("geteuid", {77, 0}, 2);
+        CFRunLoopRun();
+        EXPECT_EQ(1u, fault.Reached());
+    }
+    ASSERT_LE(2u, users.size());
+    EXPECT_EQ(0u, users[0]);
+    EXPECT_EQ(77u, users[1]);
+    CFRelease(session);
+}
+
+TEST(Faults, WhatTheRunLoopItselfCallsDoesNotCount)
+{
+    std::vector<uid_t> users;
+    DASessionRef session = DASessionCreate(kCFAllocatorDefault);
+    DARegisterDiskAppearedCallback(session, nullptr, AskForUser, &users);
+    DASessionScheduleWithRunLoop(session, CFRunLoopGetCurrent(), kCFRunLoopDefaultMode);
+    {
+        const TCallWatch reads("read");
+        const TCallWatch releases("CFRelease");
+        CFRunLoopRun();
+        EXPECT_EQ(0u, reads.Calls()) << "the registry's changes are read";
+        EXPECT_EQ(0u, releases.Calls()) << "each disk is released";
+    }
+    EXPECT_LE(2u, users.size());
+    CFRelease(session);
 }
