@@ -587,6 +587,20 @@ void __wrap_DARegisterDiskDisappearedCallback(DASessionRef session, CFDictionary
          static_cast<void*>(Registered(callback, context)));
 }
 
+static TListed kDADiskCopyDescription("DADiskCopyDescription");
+CFDictionaryRef __real_DADiskCopyDescription(DADiskRef);
+CFDictionaryRef __wrap_DADiskCopyDescription(DADiskRef disk)
+{
+    return Call(kDADiskCopyDescription, __real_DADiskCopyDescription, disk);
+}
+
+static TListed kDADiskCreateFromBSDName("DADiskCreateFromBSDName");
+DADiskRef __real_DADiskCreateFromBSDName(CFAllocatorRef, DASessionRef, const char*);
+DADiskRef __wrap_DADiskCreateFromBSDName(CFAllocatorRef allocator, DASessionRef session, const char* name)
+{
+    return Call(kDADiskCreateFromBSDName, __real_DADiskCreateFromBSDName, allocator, session, name);
+}
+
 static TListed kDASessionCreate("DASessionCreate");
 DASessionRef __real_DASessionCreate(CFAllocatorRef);
 DASessionRef __wrap_DASessionCreate(CFAllocatorRef allocator)
@@ -634,6 +648,15 @@ OSErr __wrap_FSGetCatalogInfoBulk(FSIterator iterator, ItemCount maximum, ItemCo
     const OSErr status = Call(kFSGetCatalogInfoBulk, __real_FSGetCatalogInfoBulk, iterator, maximum, count, changed,
                               which, infos, items, specs, names);
     return EditedCatalog(status, infos, count);
+}
+
+static TListed kFSGetVolumeInfo("FSGetVolumeInfo");
+OSErr __real_FSGetVolumeInfo(FSVolumeRefNum, ItemCount, FSVolumeRefNum*, FSVolumeInfoBitmap, FSVolumeInfo*,
+                             HFSUniStr255*, FSRef*);
+OSErr __wrap_FSGetVolumeInfo(FSVolumeRefNum volume, ItemCount index, FSVolumeRefNum* actual, FSVolumeInfoBitmap which,
+                             FSVolumeInfo* info, HFSUniStr255* name, FSRef* root)
+{
+    return Call(kFSGetVolumeInfo, __real_FSGetVolumeInfo, volume, index, actual, which, info, name, root);
 }
 
 static TListed kFSOpenIterator("FSOpenIterator");
@@ -740,6 +763,13 @@ OSStatus __real_UCConvertCFAbsoluteTimeToUTCDateTime(CFAbsoluteTime, UTCDateTime
 OSStatus __wrap_UCConvertCFAbsoluteTimeToUTCDateTime(CFAbsoluteTime time, UTCDateTime* date)
 {
     return Call(kUCConvertToUTC, __real_UCConvertCFAbsoluteTimeToUTCDateTime, time, date);
+}
+
+static TListed kPBHGetVolParms("PBHGetVolParmsSync");
+OSErr __real_PBHGetVolParmsSync(HParmBlkPtr);
+OSErr __wrap_PBHGetVolParmsSync(HParmBlkPtr block)
+{
+    return Call(kPBHGetVolParms, __real_PBHGetVolParmsSync, block);
 }
 
 // Goes by one name whether or not the size is passed.
