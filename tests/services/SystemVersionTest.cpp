@@ -147,12 +147,10 @@ TEST_F(SystemVersion, AFolderInPlaceOfTheFileHasNoVersion)
 TEST_F(SystemVersion, AListWithAComplaintHasNoVersion)
 {
     InstallSystem(kVolume, "10.4.11");
-    const CFStringRef key = CFSTR("ProductVersion");
-    const CFStringRef value = CFSTR("10.4.11");
-    const CFDictionaryRef list =
-        CFDictionaryCreate(kCFAllocatorDefault, reinterpret_cast<const void**>(const_cast<CFStringRef*>(&key)),
-                           reinterpret_cast<const void**>(const_cast<CFStringRef*>(&value)), 1,
-                           &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+    const void* keys[] = {CFSTR("ProductVersion")};
+    const void* values[] = {CFSTR("10.4.11")};
+    const CFDictionaryRef list = CFDictionaryCreate(kCFAllocatorDefault, keys, values, 1,
+                                                    &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
     {
         const TFault fault("CFPropertyListCreateFromXMLData", {reinterpret_cast<long>(list), 0});
         const TCallWatch watch("CFPropertyListCreateFromXMLData", [](const TCallWatch::TArguments& arguments) {

@@ -512,6 +512,13 @@ CFStringRef __wrap_CFStringCreateWithCString(CFAllocatorRef allocator, const cha
     return Call(kCFStringCreateWithCString, __real_CFStringCreateWithCString, allocator, text, encoding);
 }
 
+static TListed kCFStringCreateFromPath("CFStringCreateWithFileSystemRepresentation");
+CFStringRef __real_CFStringCreateWithFileSystemRepresentation(CFAllocatorRef, const char*);
+CFStringRef __wrap_CFStringCreateWithFileSystemRepresentation(CFAllocatorRef allocator, const char* path)
+{
+    return Call(kCFStringCreateFromPath, __real_CFStringCreateWithFileSystemRepresentation, allocator, path);
+}
+
 static TListed kCFURLCreateData("CFURLCreateDataAndPropertiesFromResource");
 Boolean __real_CFURLCreateDataAndPropertiesFromResource(CFAllocatorRef, CFURLRef, CFDataRef*, CFDictionaryRef*,
                                                         CFArrayRef, SInt32*);
@@ -544,6 +551,58 @@ Boolean __wrap_CFURLWriteDataAndPropertiesToResource(CFURLRef url, CFDataRef byt
                                                      SInt32* error)
 {
     return Call(kCFURLWriteData, __real_CFURLWriteDataAndPropertiesToResource, url, bytes, properties, error);
+}
+
+static TListed kDADiskCopyDescription("DADiskCopyDescription");
+CFDictionaryRef __real_DADiskCopyDescription(DADiskRef);
+CFDictionaryRef __wrap_DADiskCopyDescription(DADiskRef disk)
+{
+    return Call(kDADiskCopyDescription, __real_DADiskCopyDescription, disk);
+}
+
+static TListed kDADiskCopyIOMedia("DADiskCopyIOMedia");
+io_service_t __real_DADiskCopyIOMedia(DADiskRef);
+io_service_t __wrap_DADiskCopyIOMedia(DADiskRef disk)
+{
+    return Call(kDADiskCopyIOMedia, __real_DADiskCopyIOMedia, disk);
+}
+
+static TListed kDADiskCreateFromBSDName("DADiskCreateFromBSDName");
+DADiskRef __real_DADiskCreateFromBSDName(CFAllocatorRef, DASessionRef, const char*);
+DADiskRef __wrap_DADiskCreateFromBSDName(CFAllocatorRef allocator, DASessionRef session, const char* name)
+{
+    return Call(kDADiskCreateFromBSDName, __real_DADiskCreateFromBSDName, allocator, session, name);
+}
+
+static TListed kDADiskMount("DADiskMount");
+void __real_DADiskMount(DADiskRef, CFURLRef, DADiskMountOptions, DADiskMountCallback, void*);
+void __wrap_DADiskMount(DADiskRef disk, CFURLRef path, DADiskMountOptions options, DADiskMountCallback callback,
+                        void* context)
+{
+    Call(kDADiskMount, __real_DADiskMount, disk, path, options, callback, context);
+}
+
+static TListed kDADiskMountWithArguments("DADiskMountWithArguments");
+void __real_DADiskMountWithArguments(DADiskRef, CFURLRef, DADiskMountOptions, DADiskMountCallback, void*, CFStringRef*);
+void __wrap_DADiskMountWithArguments(DADiskRef disk, CFURLRef path, DADiskMountOptions options,
+                                     DADiskMountCallback callback, void* context, CFStringRef* arguments)
+{
+    Call(kDADiskMountWithArguments, __real_DADiskMountWithArguments, disk, path, options, callback, context, arguments);
+}
+
+static TListed kDADiskRename("DADiskRename");
+void __real_DADiskRename(DADiskRef, CFStringRef, DADiskRenameOptions, DADiskRenameCallback, void*);
+void __wrap_DADiskRename(DADiskRef disk, CFStringRef name, DADiskRenameOptions options, DADiskRenameCallback callback,
+                         void* context)
+{
+    Call(kDADiskRename, __real_DADiskRename, disk, name, options, callback, context);
+}
+
+static TListed kDADiskUnmount("DADiskUnmount");
+void __real_DADiskUnmount(DADiskRef, DADiskUnmountOptions, DADiskUnmountCallback, void*);
+void __wrap_DADiskUnmount(DADiskRef disk, DADiskUnmountOptions options, DADiskUnmountCallback callback, void* context)
+{
+    Call(kDADiskUnmount, __real_DADiskUnmount, disk, options, callback, context);
 }
 
 // A callback that the product registered, called as the product. Never freed: its session may call as long as it lives.
@@ -587,25 +646,25 @@ void __wrap_DARegisterDiskDisappearedCallback(DASessionRef session, CFDictionary
          static_cast<void*>(Registered(callback, context)));
 }
 
-static TListed kDADiskCopyDescription("DADiskCopyDescription");
-CFDictionaryRef __real_DADiskCopyDescription(DADiskRef);
-CFDictionaryRef __wrap_DADiskCopyDescription(DADiskRef disk)
-{
-    return Call(kDADiskCopyDescription, __real_DADiskCopyDescription, disk);
-}
-
-static TListed kDADiskCreateFromBSDName("DADiskCreateFromBSDName");
-DADiskRef __real_DADiskCreateFromBSDName(CFAllocatorRef, DASessionRef, const char*);
-DADiskRef __wrap_DADiskCreateFromBSDName(CFAllocatorRef allocator, DASessionRef session, const char* name)
-{
-    return Call(kDADiskCreateFromBSDName, __real_DADiskCreateFromBSDName, allocator, session, name);
-}
-
 static TListed kDASessionCreate("DASessionCreate");
 DASessionRef __real_DASessionCreate(CFAllocatorRef);
 DASessionRef __wrap_DASessionCreate(CFAllocatorRef allocator)
 {
     return Call(kDASessionCreate, __real_DASessionCreate, allocator);
+}
+
+static TListed kDASessionSchedule("DASessionScheduleWithRunLoop");
+void __real_DASessionScheduleWithRunLoop(DASessionRef, CFRunLoopRef, CFStringRef);
+void __wrap_DASessionScheduleWithRunLoop(DASessionRef session, CFRunLoopRef runLoop, CFStringRef mode)
+{
+    Call(kDASessionSchedule, __real_DASessionScheduleWithRunLoop, session, runLoop, mode);
+}
+
+static TListed kDASessionUnschedule("DASessionUnscheduleFromRunLoop");
+void __real_DASessionUnscheduleFromRunLoop(DASessionRef, CFRunLoopRef, CFStringRef);
+void __wrap_DASessionUnscheduleFromRunLoop(DASessionRef session, CFRunLoopRef runLoop, CFStringRef mode)
+{
+    Call(kDASessionUnschedule, __real_DASessionUnscheduleFromRunLoop, session, runLoop, mode);
 }
 
 static TListed kIOBSDNameMatching("IOBSDNameMatching");
