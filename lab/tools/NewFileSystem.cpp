@@ -100,7 +100,7 @@ static int Make(const std::string& tool, const lab::TMachine& machine, const TFi
 // Takes the option at words[*index], with its value when it has one. Returns false when there is no such option.
 static bool TakeHFSOption(const TWords& words, std::size_t* index, TFileSystem* made)
 {
-    const std::string option = words[*index];
+    const std::string& option = words[*index];
     const bool hasNext = *index + 2 < words.size();   // the device stands behind
     if (option == "-J") {
         // A size may follow: what begins with a digit is one, and everything else the next option.

@@ -111,6 +111,8 @@ TEST_F(VsdbutilTool, WhatOthersChangeMeanwhileIsKept)
 {
     AddMountedVolume("disk9s2", "Tapes");
     auto lock = std::make_unique<TFileLock>(machine.Folder() + "/lock");
+    TValue volume = machine.Volume("disk9s2");
+    volume.Set("Journaled", TValue::Boolean(false));
     TRunningProgram program({"/usr/sbin/vsdbutil", "vsdbutil", "-d", "/Volumes/Tapes"});
     // The kernel's list of locks shows who waits for one.
     const std::string waiter = "-> FLOCK  ADVISORY  WRITE " + std::to_string(program.Process()) + " ";
@@ -119,8 +121,6 @@ TEST_F(VsdbutilTool, WhatOthersChangeMeanwhileIsKept)
         ReadFile("/proc/locks", &locks);
         return locks.find(waiter) != std::string::npos || !program.IsRunning();
     })) << locks;
-    TValue volume = machine.Volume("disk9s2");
-    volume.Set("Journaled", TValue::Boolean(false));
     EXPECT_EQ("", machine.WriteText("volumes/disk9s2/volume.plist", plist::Write(volume)));
     lock.reset();
 
