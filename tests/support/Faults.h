@@ -2,7 +2,8 @@
 //
 // Every function of the table is linked as --wrap, so a call from the product, the platform or a test arrives here first.
 // Calls that a function of the table makes of others while it works do not count: it is the product whose calls are
-// made to fail. A disk's callback, which CFRunLoopRun calls, is the product again, and its calls count. Functions go by their names; the two allocating ones by "operator new nothrow" and "operator new[] nothrow".
+// made to fail. A disk's callback, which CFRunLoopRun calls, is the product again, and its calls count. Functions go by their
+// names; the two allocating ones by "operator new nothrow" and "operator new[] nothrow".
 
 #ifndef HALVORIX_TESTS_SUPPORT_FAULTS_H
 #define HALVORIX_TESTS_SUPPORT_FAULTS_H
