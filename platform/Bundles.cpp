@@ -40,9 +40,9 @@ CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef folder)
     if (!AbsolutePath(folder, &path) || !IsOfMode(path, S_IFDIR))
         return nullptr;
     // Made anew from the path: the caller's URL may be relative, or have a NUL at its end.
-    return Make<__CFBundle>(
-        kBundleType, CFURLCreateFromFileSystemRepresentation(allocator, reinterpret_cast<const UInt8*>(path.data()),
-                                                             static_cast<CFIndex>(path.size()), true));
+    const auto* const bytes = reinterpret_cast<const UInt8*>(path.data());
+    const auto length = static_cast<CFIndex>(path.size());
+    return Make<__CFBundle>(kBundleType, CFURLCreateFromFileSystemRepresentation(allocator, bytes, length, true));
 }
 
 // What Contents/Info.plist says, or nothing.
