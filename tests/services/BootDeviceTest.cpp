@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <functional>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 class BootDevice : public TBootToolTest
@@ -256,14 +258,16 @@ TEST_F(BootDevice, AMissingToolSeemsToHaveSetWhatItWasTo)
         EXPECT_EQ(1u, set());
 }
 
-TEST_F(BootDevice, WhatSetsSomethingKeepsItsUserAndTheToolItsOutput)
+TEST_F(BootDevice, AToolKeepsItsUserAndPrintsWhereTheCallerPrints)
 {
-    for (const auto& set : kSetters) {
-        const TCallWatch pipes("pipe");
-        const TFault noRoot("setuid", {-1, EPERM});
+    const TCallWatch pipes("pipe");
+    // Called in the child, so it tells by a file.
+    const TCallWatch users("setuid", [](const TCallWatch::TArguments&) { close(creat("/tmp/became-root", 0600)); });
+    for (const auto& set : kSetters)
         EXPECT_EQ(1u, set());
-        EXPECT_EQ(0u, pipes.Calls());
-    }
+
+    EXPECT_EQ(0u, pipes.Calls());
+    EXPECT_NE(0, access("/tmp/became-root", F_OK));
 }
 
 // What comes of it, when the tools do their work.
