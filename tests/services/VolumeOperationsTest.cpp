@@ -1,67 +1,15 @@
 #include "services/VolumeOperations.h"
 
-#include "platform/PropertyList.h"
-#include "tests/support/Faults.h"
-#include "tests/support/MachineTest.h"
+#include "tests/services/VolumeTest.h"
 
-#include <IOKit/IOKitLib.h>
 #include <fcntl.h>
 #include <string>
 #include <thread>
 #include <unistd.h>
 #include <vector>
 
-// Of the machine's volumes one is mounted at /Volumes/Backup; a boot helper partition is not.
-static const char kMounted[] = "disk3s3";
-static const char kUnmounted[] = "disk0s3";
-static const char kMissing[] = "disk99s9";
-
-// The steps before a request, each of which may fail.
-static const char* const kEarlySteps[] = {"DASessionCreate", "DADiskCreateFromBSDName", "DADiskCopyIOMedia"};
-
-class VolumeOperations : public TMachineTest
+class VolumeOperations : public TVolumeTest
 {
-protected:
-    void SetUp() override
-    {
-        TMachineTest::SetUp();
-        // Whoever waits for ever fails at once, and not when the whole run is given up.
-        alarm(120);
-        ASSERT_EQ("/Volumes/Backup", machine.MountPath(kMounted));
-        ASSERT_EQ("", machine.MountPath(kUnmounted));
-    }
-
-    bool IsMounted(const char* bsdName) const { return !machine.MountPath(bsdName).empty(); }
-
-    std::vector<std::string> MountOptions(const char* bsdName) const
-    {
-        for (const lab::TMount& mount : machine.Mounts()) {
-            if (mount.bsdName == bsdName)
-                return mount.options;
-        }
-        return {"not mounted"};
-    }
-
-    std::string NameOf(const char* bsdName) const
-    {
-        const plist::TValue volume = machine.Volume(bsdName);
-        const plist::TValue* const name = volume.Find("Name");
-        return name != nullptr ? name->text : "";
-    }
-};
-
-// Counts what is asked of Disk Arbitration.
-class TRequests
-{
-public:
-    unsigned Mounts() const { return fMounts.Calls() + fHiddenMounts.Calls(); }
-    unsigned All() const { return Mounts() + fUnmounts.Calls() + fRenames.Calls(); }
-
-private:
-    TCallWatch fMounts{"DADiskMount"};
-    TCallWatch fHiddenMounts{"DADiskMountWithArguments"};
-    TCallWatch fUnmounts{"DADiskUnmount"};
-    TCallWatch fRenames{"DADiskRename"};
 };
 
 TEST_F(VolumeOperations, ABrowsableVolumeIsMountedWithoutArguments)
@@ -312,137 +260,4 @@ TEST_F(VolumeOperations, TheAnswerIsOneNumberOf32Bits)
 
     EXPECT_EQ(77u, status[0]);
     EXPECT_EQ(77u, status[2]);
-}
-
-// What is left behind by renaming, by contract: the session, and a release of the medium that was not held.
-class VolumeRenaming : public VolumeOperations
-{
-protected:
-    UInt32 Rename(const char* bsdName, const char* newName)
-    {
-        fExpectedLeft.objects += 1;
-        fExpectedLeft.overReleases += 1;
-        return RenameVolume(bsdName, newName);
-    }
-};
-
-TEST_F(VolumeRenaming, AMountedVolumeGetsTheName)
-{
-    EXPECT_EQ(1u, Rename(kMounted, "Archive"));
-
-    EXPECT_EQ("Archive", NameOf(kMounted));
-    EXPECT_EQ("/Volumes/Archive", machine.MountPath(kMounted));
-}
-
-TEST_F(VolumeRenaming, TheNameIsTakenAsUTF8)
-{
-    EXPECT_EQ(1u, Rename(kMounted, "\xE2\x82\xAC uro"));   // the euro sign, which has no parts
-
-    EXPECT_EQ("\xE2\x82\xAC uro", NameOf(kMounted));
-}
-
-TEST_F(VolumeRenaming, ARefusalIsAFailureWhateverTheNameIs)
-{
-    ASSERT_EQ("", machine.SetRefusals(kMounted, "rename not-permitted\n"));
-
-    EXPECT_EQ(0u, Rename(kMounted, "Archive"));
-    EXPECT_EQ(0u, Rename(kMounted, "Backup"));
-    EXPECT_EQ("Backup", NameOf(kMounted));
-}
-
-TEST_F(VolumeRenaming, AVolumeThatIsNotMountedIsNotRenamed)
-{
-    EXPECT_EQ(0u, Rename(kUnmounted, "Archive"));
-    EXPECT_EQ("Boot OSX", NameOf(kUnmounted));
-}
-
-TEST_F(VolumeRenaming, TheRequestIsMadeWithDefaultOptions)
-{
-    TCallWatch::TArguments asked;
-    const TCallWatch watch("DADiskRename", [&](const TCallWatch::TArguments& arguments) { asked = arguments; });
-    Rename(kMounted, "Archive");
-
-    ASSERT_EQ(5u, asked.size());
-    EXPECT_EQ(0, asked[2]);
-    EXPECT_EQ(reinterpret_cast<long>(DiskRequestDone), asked[3]);
-}
-
-TEST_F(VolumeRenaming, TheMediumIsReleasedTwiceAndTheSessionNever)
-{
-    std::vector<long> released;
-    long session = 0;
-    bool sessionReleased = false;
-    {
-        const TCallWatch scheduling("DASessionScheduleWithRunLoop",
-                                    [&](const TCallWatch::TArguments& arguments) { session = arguments[0]; });
-        const TCallWatch objects("CFRelease", [&](const TCallWatch::TArguments& arguments) {
-            sessionReleased = sessionReleased || arguments[0] == session;
-        });
-        const TCallWatch references("IOObjectRelease",
-                                    [&](const TCallWatch::TArguments& arguments) { released.push_back(arguments[0]); });
-        Rename(kMounted, "Archive");
-    }
-
-    ASSERT_EQ(2u, released.size());
-    EXPECT_EQ(released[0], released[1]);
-    EXPECT_NE(0, session);
-    EXPECT_FALSE(sessionReleased);
-}
-
-TEST_F(VolumeRenaming, TheSecondReleaseTakesTheReferenceOfWhoeverHoldsOne)
-{
-    const DASessionRef session = DASessionCreate(kCFAllocatorDefault);
-    const DADiskRef disk = DADiskCreateFromBSDName(kCFAllocatorDefault, session, kMounted);
-    const io_service_t held = DADiskCopyIOMedia(disk);
-    ASSERT_NE(0u, held);
-    Rename(kMounted, "Archive");
-
-    // It is this release now that gives back what is not held.
-    EXPECT_NE(KERN_SUCCESS, IOObjectRelease(held));
-    CFRelease(disk);
-    CFRelease(session);
-}
-
-// Unlike a mount's, its result is success until an answer says otherwise.
-TEST_F(VolumeRenaming, ARunLoopThatEndsWithoutAnAnswerIsSuccess)
-{
-    const TFault noRequest("DADiskRename", {0, 0});
-    const TFault fault("CFRunLoopRun", {0, 0});
-
-    EXPECT_EQ(1u, Rename(kMounted, "Archive"));
-    EXPECT_EQ("Backup", NameOf(kMounted));
-}
-
-TEST_F(VolumeRenaming, TheSessionIsScheduledNoLongerThanForTheRequest)
-{
-    const TCallWatch on("DASessionScheduleWithRunLoop");
-    const TCallWatch off("DASessionUnscheduleFromRunLoop");
-    Rename(kMounted, "Archive");
-
-    EXPECT_EQ(1u, on.Calls());
-    EXPECT_EQ(1u, off.Calls());
-}
-
-TEST_F(VolumeRenaming, WithoutANameNoSessionIsMade)
-{
-    const TCallWatch sessions("DASessionCreate");
-    const TFault fault("CFStringCreateWithFileSystemRepresentation", {0, 0});
-
-    EXPECT_EQ(0u, RenameVolume(kMounted, "Archive"));
-    EXPECT_EQ(0u, sessions.Calls());
-}
-
-TEST_F(VolumeRenaming, WithoutADiskNothingIsAskedAndNoMediumReleased)
-{
-    const TRequests requests;
-    for (const char* const step : kEarlySteps) {
-        SCOPED_TRACE(step);
-        fExpectedLeft.objects += step != kEarlySteps[0];   // the session, when there was one
-        const TFault fault(step, {0, 0});
-        EXPECT_EQ(0u, RenameVolume(kMounted, "Archive"));
-        EXPECT_EQ(1u, fault.Reached());
-    }
-    fExpectedLeft.objects += 1;
-    EXPECT_EQ(0u, RenameVolume(kMissing, "Archive"));
-    EXPECT_EQ(0u, requests.All());
 }
