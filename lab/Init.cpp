@@ -217,7 +217,7 @@ static bool LockMachine()
 // A machine that starts has no processes, whatever an earlier one left in the folder.
 static void ClearFolders()
 {
-    for (const char* const name : {"requests", "replies", "processes", "objects"}) {
+    for (const char* const name : {"requests", "replies", "processes", "objects", "claims"}) {
         const std::string folder = kMachine + "/" + name;
         MakeFolder(folder);
         for (const std::string& file : NamesInFolder(folder))

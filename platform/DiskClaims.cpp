@@ -10,7 +10,6 @@
 #include <csignal>
 #include <map>
 #include <mutex>
-#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace platform;
@@ -56,7 +55,6 @@ static DAReturn Record(const std::string& bsdName)
     const TMachineLock lock;
     if (IsHeldElsewhere(bsdName))
         return kDAReturnExclusiveAccess;
-    mkdir(MachinePath("claims").c_str(), 0777);
     return ReplaceFile(FileOf(bsdName), std::to_string(getpid()) + "\n") ? kDAReturnSuccess : kDAReturnError;
 }
 

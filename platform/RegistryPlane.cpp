@@ -166,7 +166,10 @@ const TEntry* TPlane::FindPath(std::string_view path) const
     if (path == "/")
         return &first;
     const TEntry* const found = FindBelow(first, path);
-    return found != nullptr ? found : FindBelow(fEntries[0], path);
+    if (found != nullptr)
+        return found;
+    const TEntry* const beside = FindBelow(fEntries[0], path);
+    return beside != nullptr && !IsBelow(*beside, first) ? beside : nullptr;
 }
 
 bool TPlane::GetPath(const TEntry& entry, std::string* path) const

@@ -49,7 +49,8 @@ public:
     // begins below the root's first child, whose own path is "/". An element finds the first entry that it fits: a NAME
     // alone fits every location. In a location the digits are hexadecimal numbers: "C" is "c" and "0c". An entry with an
     // empty name is found by its location, whatever name stands before that: "disk@0:3" as well as "@0:3".
-    // What hangs from the root beside its first child is found by a path that begins with its own name.
+    // What hangs from the root beside its first child is found by a path that begins with its own name; the first child's name
+    // begins no path.
     const TEntry* FindPath(std::string_view path) const;
 
     // The path of an entry of this plane. False for the root, which has none.

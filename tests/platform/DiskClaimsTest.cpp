@@ -3,8 +3,6 @@
 
 #include <DiskArbitration/DiskArbitration.h>
 
-#include <functional>
-#include <sys/wait.h>
 #include <unistd.h>
 
 // Two sessions, each with a disk for the one medium disk8.
@@ -131,7 +129,6 @@ TEST_F(DiskClaims, AnotherProcessKeepsItsDiskAsLongAsItLives)
     const TClient client;
     pid_t process = 0;
     ASSERT_EQ("", machine.Start({"holder", "", {}, {}, ""}, &process));
-    ASSERT_EQ(0, system("mkdir -p /machine/claims"));
     ASSERT_EQ("", machine.WriteText("claims/disk8", std::to_string(process) + "\n"));
     EXPECT_TRUE(DADiskIsClaimed(client.disk.Get()));
     EXPECT_EQ(kDAReturnExclusiveAccess, Claim(client));

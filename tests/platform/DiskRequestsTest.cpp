@@ -442,6 +442,22 @@ TEST_F(DiskRequests, ASessionMayGoInsideItsCallback)
     EXPECT_EQ(1u, RunUntilAnswered(1).size());
 }
 
+TEST_F(DiskRequests, AThreadMayEndWhileAnAnswerIsWaitedFor)
+{
+    const TScoped<DASessionRef> session(DASessionCreate(kCFAllocatorDefault));
+    const TScoped<DADiskRef> disk(DADiskCreateFromBSDName(kCFAllocatorDefault, session.Get(), "disk8s2"));
+    ASSERT_EQ("", machine.SetRefusals("disk8s2", "mount busy\ndelay 100\n"));
+    std::thread([&] {
+        Schedule(session.Get());
+        DADiskMount(disk.Get(), nullptr, 0, Answered, this);
+    }).join();
+    EXPECT_EQ(TWords{}, fAnswers);
+
+    Schedule(session.Get());
+    EXPECT_EQ(1u, RunUntilAnswered(1).size());
+    Unschedule(session.Get());
+}
+
 TEST_F(DiskRequests, DescriptorsAreHeldWhileASessionIsScheduledAlone)
 {
     const int before = HeldByThisProcess().descriptors;
