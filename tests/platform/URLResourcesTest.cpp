@@ -31,11 +31,12 @@ public:
 
     void Signal() const { pthread_kill(fThread, SIGUSR1); }
 
-    // Whether the thread waits in a system call. It is the process's first, so its state is the process's.
+    // Whether the thread, which must be the process's first, waits in a system call.
     bool Sleeps() const
     {
+        // Not /proc/self/stat, which an emulator answers itself.
         std::string text;
-        std::getline(std::ifstream("/proc/self/stat"), text);
+        std::getline(std::ifstream("/proc/self/task/" + std::to_string(getpid()) + "/stat"), text);
         return text.find(") S ") != std::string::npos;
     }
 
