@@ -92,10 +92,10 @@ TEST_F(CatalogInfo, FieldsThatWereNotAskedForStay)
     memset(&info, 77, sizeof info);
     ASSERT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoDataSizes, &info, nullptr, nullptr, nullptr));
 
-    EXPECT_EQ(10u, info.dataLogicalSize);
-    EXPECT_EQ(0x4d4d4d4d4d4d4d4dull, info.rsrcLogicalSize);
+    EXPECT_EQ(10u, UInt64{info.dataLogicalSize});
+    EXPECT_EQ(0x4d4d4d4d4d4d4d4dull, UInt64{info.rsrcLogicalSize});
     EXPECT_EQ(0x4d4d, info.nodeFlags);
-    EXPECT_EQ(0x4d4d4d4du, info.contentModDate.lowSeconds);
+    EXPECT_EQ(0x4d4d4d4du, UInt32{info.contentModDate.lowSeconds});
     EXPECT_EQ(77, info.finderInfo[8]);
 }
 
@@ -107,11 +107,11 @@ TEST_F(CatalogInfo, PhysicalSizesAreWholeBlocks)
     MakeFile(fFolder + "/more", 4097);
 
     const FSCatalogInfoBitmap sizes = kFSCatInfoDataSizes;
-    EXPECT_EQ(0u, InfoOf(ReferenceTo(fFolder + "/empty"), sizes).dataPhysicalSize);
-    EXPECT_EQ(4096u, InfoOf(ReferenceTo(fFolder + "/one"), sizes).dataPhysicalSize);
-    EXPECT_EQ(4096u, InfoOf(ReferenceTo(fFolder + "/block"), sizes).dataPhysicalSize);
-    EXPECT_EQ(8192u, InfoOf(ReferenceTo(fFolder + "/more"), sizes).dataPhysicalSize);
-    EXPECT_EQ(4097u, InfoOf(ReferenceTo(fFolder + "/more"), sizes).dataLogicalSize);
+    EXPECT_EQ(0u, UInt64{InfoOf(ReferenceTo(fFolder + "/empty"), sizes).dataPhysicalSize});
+    EXPECT_EQ(4096u, UInt64{InfoOf(ReferenceTo(fFolder + "/one"), sizes).dataPhysicalSize});
+    EXPECT_EQ(4096u, UInt64{InfoOf(ReferenceTo(fFolder + "/block"), sizes).dataPhysicalSize});
+    EXPECT_EQ(8192u, UInt64{InfoOf(ReferenceTo(fFolder + "/more"), sizes).dataPhysicalSize});
+    EXPECT_EQ(4097u, UInt64{InfoOf(ReferenceTo(fFolder + "/more"), sizes).dataLogicalSize});
 }
 
 TEST_F(CatalogInfo, AFolderHasNoSize)
@@ -119,9 +119,9 @@ TEST_F(CatalogInfo, AFolderHasNoSize)
     MakeFile(fFolder + "/file", 10);
 
     const FSCatalogInfo info = InfoOf(ReferenceTo(fFolder), kFSCatInfoDataSizes | kFSCatInfoRsrcSizes);
-    EXPECT_EQ(0u, info.dataLogicalSize);
-    EXPECT_EQ(0u, info.dataPhysicalSize);
-    EXPECT_EQ(0u, info.rsrcLogicalSize);
+    EXPECT_EQ(0u, UInt64{info.dataLogicalSize});
+    EXPECT_EQ(0u, UInt64{info.dataPhysicalSize});
+    EXPECT_EQ(0u, UInt64{info.rsrcLogicalSize});
 }
 
 TEST_F(CatalogInfo, AResourceForkHasSizesOfItsOwn)
@@ -131,10 +131,10 @@ TEST_F(CatalogInfo, AResourceForkHasSizesOfItsOwn)
     const bool kept = setxattr(path.c_str(), "user.com.apple.ResourceFork", "fork", 4, 0) == 0;
 
     const FSCatalogInfo info = InfoOf(ReferenceTo(path), kFSCatInfoDataSizes | kFSCatInfoRsrcSizes);
-    EXPECT_EQ(10u, info.dataLogicalSize);
+    EXPECT_EQ(10u, UInt64{info.dataLogicalSize});
     // A host without attributes has no forks.
-    EXPECT_EQ(kept ? 4u : 0u, info.rsrcLogicalSize);
-    EXPECT_EQ(kept ? 4096u : 0u, info.rsrcPhysicalSize);
+    EXPECT_EQ(kept ? 4u : 0u, UInt64{info.rsrcLogicalSize});
+    EXPECT_EQ(kept ? 4096u : 0u, UInt64{info.rsrcPhysicalSize});
 }
 
 TEST_F(CatalogInfo, DatesCountWholeSecondsFrom1904)
@@ -144,7 +144,7 @@ TEST_F(CatalogInfo, DatesCountWholeSecondsFrom1904)
 
     const UTCDateTime date = InfoOf(ReferenceTo(fFolder + "/file"), kFSCatInfoContentMod).contentModDate;
     EXPECT_EQ(0, date.highSeconds);
-    EXPECT_EQ(2082844801u, date.lowSeconds);
+    EXPECT_EQ(2082844801u, UInt32{date.lowSeconds});
     EXPECT_EQ(0, date.fraction);
 }
 
@@ -162,7 +162,7 @@ TEST_F(CatalogInfo, ADateThatIsSetLosesItsFraction)
     ASSERT_EQ(0, stat((fFolder + "/file").c_str(), &now));
     EXPECT_EQ(3300000000u - 2082844800u, static_cast<std::uint64_t>(now.st_mtim.tv_sec));
     EXPECT_EQ(0, now.st_mtim.tv_nsec);
-    EXPECT_EQ(3300000000u, InfoOf(ref, kFSCatInfoContentMod).contentModDate.lowSeconds);
+    EXPECT_EQ(3300000000u, UInt32{InfoOf(ref, kFSCatInfoContentMod).contentModDate.lowSeconds});
 }
 
 TEST_F(CatalogInfo, ADateBeyond32BitsIsKept)
@@ -176,7 +176,7 @@ TEST_F(CatalogInfo, ADateBeyond32BitsIsKept)
 
     const UTCDateTime date = InfoOf(ref, kFSCatInfoContentMod).contentModDate;
     EXPECT_EQ(1, date.highSeconds);
-    EXPECT_EQ(7u, date.lowSeconds);
+    EXPECT_EQ(7u, UInt32{date.lowSeconds});
 }
 
 TEST_F(CatalogInfo, FinderFlagsStandBigEndianOnDiskAndInTheHostsOrderInMemory)

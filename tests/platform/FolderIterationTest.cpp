@@ -119,7 +119,7 @@ TEST_F(FolderIteration, EachItemGetsItsFieldsAndName)
         EXPECT_EQ(texts[i], TextOf(names[i]));
         EXPECT_EQ(0, infos[i].nodeFlags);   // nobody asked
     }
-    EXPECT_EQ(8192u, infos[2].dataPhysicalSize);
+    EXPECT_EQ(8192u, UInt64{infos[2].dataPhysicalSize});
 }
 
 TEST_F(FolderIteration, ASymbolicLinkIsAnItemAndIsNotEntered)

@@ -111,11 +111,11 @@ TEST_F(VolumeInfo, OnlyWhatIsAskedForIsFilled)
     ASSERT_EQ(noErr, FSGetVolumeInfo(0, 2, nullptr, kFSVolInfoFSInfo, &info, nullptr, nullptr));
     EXPECT_EQ(0x482b, info.signature);
     EXPECT_EQ(0, info.filesystemID);
-    EXPECT_EQ(0x4d4d4d4d4d4d4d4dull, info.totalBytes);
+    EXPECT_EQ(0x4d4d4d4d4d4d4d4dull, UInt64{info.totalBytes});
 
     ASSERT_EQ(noErr, FSGetVolumeInfo(0, 3, nullptr, kFSVolInfoSizes, &info, nullptr, nullptr));
-    EXPECT_NE(0x4d4d4d4d4d4d4d4dull, info.totalBytes);
-    EXPECT_LE(info.freeBytes, info.totalBytes);
+    EXPECT_NE(0x4d4d4d4d4d4d4d4dull, UInt64{info.totalBytes});
+    EXPECT_LE(UInt64{info.freeBytes}, UInt64{info.totalBytes});
     EXPECT_EQ(0x482b, info.signature);
     ASSERT_EQ(noErr, FSGetVolumeInfo(0, 3, nullptr, kFSVolInfoFSInfo, &info, nullptr, nullptr));
     EXPECT_EQ(0, info.signature);
@@ -129,7 +129,7 @@ TEST_F(VolumeInfo, TheDeviceOfAVolumeIsReachableWithARequestOf32Bytes)
     SInt32 actual = 0;
     EXPECT_EQ("disk9s1", DeviceOf(-103, 32, &buffer, &actual));
     EXPECT_EQ(32, actual);
-    EXPECT_EQ(255u, buffer.vMMaxNameLength);
+    EXPECT_EQ(255u, UniCharCount{buffer.vMMaxNameLength});
 
     // The text stays, and stays the same.
     GetVolParmsInfoBuffer again = {};
@@ -143,7 +143,7 @@ TEST_F(VolumeInfo, AShorterRequestEndsAtAField)
     SInt32 actual = 0;
     EXPECT_EQ("disk9s1", DeviceOf(-103, 31, &buffer, &actual));
     EXPECT_EQ(28, actual);
-    EXPECT_EQ(0u, buffer.vMMaxNameLength);
+    EXPECT_EQ(0u, UniCharCount{buffer.vMMaxNameLength});
     buffer = {};
     EXPECT_EQ("", DeviceOf(-103, 27, &buffer, &actual));
     EXPECT_EQ(24, actual);

@@ -2,6 +2,9 @@
 //
 // Results are noErr or one of MacErrors.h. Outputs that nobody wants are null. What a function fails to find it leaves
 // untouched, unless said otherwise.
+//
+// Members of the records lie at even places, not at multiples of their size: no reference may be bound to one. Who passes
+// such a member by reference, as the EXPECT macros do, passes a copy: UInt32{date.lowSeconds}.
 
 #ifndef HALVORIX_PLATFORM_FILES_H
 #define HALVORIX_PLATFORM_FILES_H
