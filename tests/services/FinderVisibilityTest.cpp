@@ -134,21 +134,21 @@ TEST_F(FinderVisibility, ADateThatWouldStayGetsOneSecondMore)
 {
     const UTCDateTime date = DateWritten({0, kSecondsTo2001 + 1000, 0}, 1000);
     EXPECT_EQ(0u, date.highSeconds);
-    EXPECT_EQ(kSecondsTo2001 + 1001, date.lowSeconds);
+    EXPECT_EQ(kSecondsTo2001 + 1001, UInt32{date.lowSeconds});
 }
 
 // A date that differs in its fraction alone is the same to those who count seconds.
 TEST_F(FinderVisibility, FractionsOfASecondAreNoDifference)
 {
     const UTCDateTime date = DateWritten({0, kSecondsTo2001 + 1000, 0x8000}, 1000);
-    EXPECT_EQ(kSecondsTo2001 + 1001, date.lowSeconds);
+    EXPECT_EQ(kSecondsTo2001 + 1001, UInt32{date.lowSeconds});
 }
 
 TEST_F(FinderVisibility, ADateThatChangesGetsNothingMore)
 {
-    EXPECT_EQ(kSecondsTo2001 + 1000, DateWritten({0, kSecondsTo2001 + 999, 0}, 1000).lowSeconds);
-    EXPECT_EQ(kSecondsTo2001 + 1000, DateWritten({0, kSecondsTo2001 + 1001, 0}, 1000).lowSeconds);
-    EXPECT_EQ(kSecondsTo2001 + 1000, DateWritten({1, kSecondsTo2001 + 1000, 0}, 1000).lowSeconds);
+    EXPECT_EQ(kSecondsTo2001 + 1000, UInt32{DateWritten({0, kSecondsTo2001 + 999, 0}, 1000).lowSeconds});
+    EXPECT_EQ(kSecondsTo2001 + 1000, UInt32{DateWritten({0, kSecondsTo2001 + 1001, 0}, 1000).lowSeconds});
+    EXPECT_EQ(kSecondsTo2001 + 1000, UInt32{DateWritten({1, kSecondsTo2001 + 1000, 0}, 1000).lowSeconds});
 }
 
 // 0xFFFFFFFF seconds after 1904 end on 6 February 2040.
@@ -156,7 +156,7 @@ TEST_F(FinderVisibility, TheSecondThatIsAddedIsCarried)
 {
     const UTCDateTime date = DateWritten({0, 0xFFFFFFFF, 0}, 0xFFFFFFFF - kSecondsTo2001);
     EXPECT_EQ(1u, date.highSeconds);
-    EXPECT_EQ(0u, date.lowSeconds);
+    EXPECT_EQ(0u, UInt32{date.lowSeconds});
 }
 
 TEST_F(FinderVisibility, EachStepOfTheDateThatFailsEndsIt)
