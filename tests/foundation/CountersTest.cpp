@@ -1,4 +1,5 @@
 #include "foundation/Counters.h"
+#include "tests/support/Faults.h"
 #include "tests/support/MachineTest.h"
 
 #include <functional>
@@ -69,6 +70,33 @@ TEST_F(Counters, SumsAreModulo2ToThe64)
 {
     EXPECT_EQ(4u, Sum(~0ull, 5));
     EXPECT_EQ(~0ull - 1, Sum(~0ull, ~0ull));
+}
+
+// Threads that race seldom meet, so what is called is looked at as well.
+TEST_F(Counters, EachHalfIsChangedByOneAtomicOperation)
+{
+    static const struct
+    {
+        UInt64 counter;
+        UInt64 amount;   // 0: it is incremented
+        unsigned increments;
+        unsigned additions;
+    } kCases[] = {
+        {7, 0, 1, 0},                            // the low half
+        {0xFFFFFFFFull, 0, 2, 0},                // the low half, then the carry
+        {7, 5, 0, 1},                            // the low half
+        {0xFFFFFFFFull, 5, 1, 1},                // the low half and the carry
+        {7, 0x500000000ull, 0, 2},               // both halves
+        {0xFFFFFFFFull, 0x500000001ull, 1, 2},   // both halves and the carry
+    };
+    for (const auto& step : kCases) {
+        const TCallWatch increments("IncrementAtomic");
+        const TCallWatch additions("AddAtomic");
+        const UInt64 after = step.amount == 0 ? Incremented(step.counter) : Sum(step.counter, step.amount);
+        EXPECT_EQ(step.counter + (step.amount == 0 ? 1 : step.amount), after);
+        EXPECT_EQ(step.increments, increments.Calls()) << step.counter << " and " << step.amount;
+        EXPECT_EQ(step.additions, additions.Calls()) << step.counter << " and " << step.amount;
+    }
 }
 
 TEST_F(Counters, WhatFourThreadsCountIsAllThere)

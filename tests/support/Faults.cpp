@@ -425,6 +425,13 @@ ssize_t __wrap_write(int descriptor, const void* bytes, size_t size)
     return Call(kWrite, __real_write, descriptor, bytes, size);
 }
 
+static TListed kAddAtomic("AddAtomic");
+SInt32 __real_AddAtomic(SInt32, SInt32*);
+SInt32 __wrap_AddAtomic(SInt32 amount, SInt32* address)
+{
+    return Call(kAddAtomic, __real_AddAtomic, amount, address);
+}
+
 static TListed kCFAbsoluteTime("CFAbsoluteTimeGetCurrent");
 CFAbsoluteTime __real_CFAbsoluteTimeGetCurrent(void);
 CFAbsoluteTime __wrap_CFAbsoluteTimeGetCurrent(void)
@@ -815,6 +822,13 @@ kern_return_t __real_IOServiceOpen(io_service_t, task_port_t, UInt32, io_connect
 kern_return_t __wrap_IOServiceOpen(io_service_t service, task_port_t task, UInt32 type, io_connect_t* connection)
 {
     return Call(kIOServiceOpen, __real_IOServiceOpen, service, task, type, connection);
+}
+
+static TListed kIncrementAtomic("IncrementAtomic");
+SInt32 __real_IncrementAtomic(SInt32*);
+SInt32 __wrap_IncrementAtomic(SInt32* address)
+{
+    return Call(kIncrementAtomic, __real_IncrementAtomic, address);
 }
 
 static TListed kUCConvertToUTC("UCConvertCFAbsoluteTimeToUTCDateTime");
