@@ -41,8 +41,12 @@ static bool FindVersionFile(const char* volumePath, char (&path)[kPathCapacity],
 }
 
 // Reads a whole file. Returns the bytes, which the caller releases, or null.
-static CFDataRef CreateDataFromFile(const char* path, std::size_t size)
+static CFDataRef CreateDataFromFile(const char* path, off_t fileSize)
 {
+    const auto size = static_cast<std::size_t>(fileSize);
+    // A file may have more bytes than memory can be counted in.
+    if (static_cast<off_t>(size) != fileSize)
+        return nullptr;
     const std::unique_ptr<UInt8[]> bytes(new (std::nothrow) UInt8[size]);
     if (bytes == nullptr || !ReadWholeFile(path, bytes.get(), size))
         return nullptr;
@@ -57,7 +61,7 @@ NumVersion* ReturnSystemVersionOnVolume(NumVersion* version, const char* volumeP
     struct stat info;
     if (!FindVersionFile(volumePath, path, &info))
         return version;
-    const TScopedCFType xml(CreateDataFromFile(path, static_cast<std::size_t>(info.st_size)));
+    const TScopedCFType xml(CreateDataFromFile(path, info.st_size));
     if (!xml)
         return version;
     const TScopedCFType list(CreatePropertyListFromXMLData(xml.Get(), kCFPropertyListImmutable));

@@ -6,7 +6,7 @@
 
 static const CFIndex kPathCapacity = 1024;
 
-// Runs the calling thread's run loop with a session scheduled on it, for as long as a scope lasts.
+// Keeps a session scheduled on the calling thread's run loop for as long as a scope lasts.
 class TScheduledSession
 {
 public:

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
@@ -167,12 +168,16 @@ TEST_F(ExternalTools, TheStateIsLookedForInTheFirst256Bytes)
     EXPECT_EQ(0, StateFor(std::string(256, ' ') + word));
 }
 
-// The buffer lies where the one of the call before lay: what that found must not be found again.
+// What the buffer held before, right behind the bytes that are read.
 TEST_F(ExternalTools, TheStateIsLookedForInNothingButTheBytesRead)
 {
-    EXPECT_EQ(1, StateFor("..................Enabled"));
-    EXPECT_EQ(0, StateFor("................"));
-    EXPECT_EQ(0, StateFor(""));
+    ASSERT_EQ("", machine.SetToolBehaviour("mdutil", "print ...\n"));
+    const TCallWatch watch("read", [](const TCallWatch::TArguments& arguments) {
+        memcpy(reinterpret_cast<char*>(arguments[1]) + 3, "Enabled", sizeof "Enabled");
+    });
+
+    EXPECT_EQ(0, kReturnIndexingState.call());
+    EXPECT_EQ(1u, watch.Calls());
 }
 
 TEST_F(ExternalTools, OneReadOfWhatAToolPrintsThenTheWaitThenTheClosing)

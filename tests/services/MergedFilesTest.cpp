@@ -95,9 +95,10 @@ TEST_F(MergedFiles, HugeFilesAreTooLongHoweverTheirSizesAddUp)
     const TStatEdit edit([](const char*, struct stat* info) {
         info->st_size = sizeof info->st_size == 8 ? static_cast<off_t>(0x7FFFFFFFFFFFFFFF) : 0x7FFFFFFF;
     });
+    const TCallWatch opened("open");
 
     EXPECT_EQ(0u, MergeFiles(kFirst, "12", kSecond, kOutput, 0));
-    EXPECT_FALSE(Exists(kOutput));
+    EXPECT_EQ(0u, opened.Calls());
 }
 
 TEST_F(MergedFiles, WhatIsTooLongLeavesTheOutputAsItIs)
