@@ -14,6 +14,17 @@ protected:
         fExpectedLeft.overReleases += 1;
         return RenameVolume(bsdName, newName);
     }
+
+private:
+    // Sessions that were left behind, where a search for lost memory finds them.
+    static std::vector<long>& KnownSessions()
+    {
+        static auto* const sessions = new std::vector<long>;
+        return *sessions;
+    }
+
+    const TCallWatch fDisks{"DADiskCreateFromBSDName",
+                            [](const TCallWatch::TArguments& arguments) { KnownSessions().push_back(arguments[1]); }};
 };
 
 TEST_F(VolumeRenaming, AMountedVolumeGetsTheName)
