@@ -141,8 +141,10 @@ public:
 
 TEST_F(Arguments, ADestroyedDescriptorStaysInTheList)
 {
-    auto* const arg = new TForgottenArg;
-    delete arg;
+    // In memory that outlives it, since its address is looked for afterwards.
+    alignas(TForgottenArg) unsigned char memory[sizeof(TForgottenArg)];
+    auto* const arg = new (memory) TForgottenArg;
+    arg->~TForgottenArg();
 
     EXPECT_EQ(1, TArg::gArgList.Count());
     TArg::gArgList.Unlink(static_cast<TArg*>(arg));

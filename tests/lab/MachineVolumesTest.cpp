@@ -11,11 +11,11 @@ using namespace lab;
 using plist::TValue;
 
 // What a machine's folder says of its volumes, and how it is changed.
-class Volumes : public TMachineTest
+class MachineVolumes : public TMachineTest
 {
 };
 
-TEST_F(Volumes, AnHFSVolumeHasAnIdentityOfItsOwn)
+TEST_F(MachineVolumes, AnHFSVolumeHasAnIdentityOfItsOwn)
 {
     std::set<std::string> identifiers;
     std::set<std::string> uuids;
@@ -35,7 +35,7 @@ TEST_F(Volumes, AnHFSVolumeHasAnIdentityOfItsOwn)
     EXPECT_EQ(3u, uuids.size());
 }
 
-TEST_F(Volumes, OtherKindsHaveNoIdentifierAndOnlyUFSAUUID)
+TEST_F(MachineVolumes, OtherKindsHaveNoIdentifierAndOnlyUFSAUUID)
 {
     ASSERT_EQ("", machine.AddVolume("disk9s1", "A", "ufs"));
     ASSERT_EQ("", machine.AddVolume("disk9s2", "B", "msdos"));
@@ -46,7 +46,7 @@ TEST_F(Volumes, OtherKindsHaveNoIdentifierAndOnlyUFSAUUID)
     EXPECT_EQ(nullptr, machine.Volume("disk9s2").Find("UUID"));
 }
 
-TEST_F(Volumes, AVolumeThatIsAddedAgainIsErased)
+TEST_F(MachineVolumes, AVolumeThatIsAddedAgainIsErased)
 {
     ASSERT_EQ("", machine.AddVolume("disk9s1", "A"));
     ASSERT_EQ("", ReplaceFile(machine.VolumeFiles("disk9s1") + "/file", "text"));
@@ -59,7 +59,7 @@ TEST_F(Volumes, AVolumeThatIsAddedAgainIsErased)
     EXPECT_NE(before, TextOf(machine.Volume("disk9s1"), "Identifier"));
 }
 
-TEST_F(Volumes, NamesThatAreNoDisksNeverReachTheFolder)
+TEST_F(MachineVolumes, NamesThatAreNoDisksNeverReachTheFolder)
 {
     for (const char* const name : {"", "..", ".hidden", "../disk3s3", "a/b"}) {
         const std::string error =
@@ -70,7 +70,7 @@ TEST_F(Volumes, NamesThatAreNoDisksNeverReachTheFolder)
     }
 }
 
-TEST_F(Volumes, PropertiesAreSetAndRemoved)
+TEST_F(MachineVolumes, PropertiesAreSetAndRemoved)
 {
     ASSERT_EQ("", machine.SetVolumeProperty("disk3s3", "Owners", TValue::Boolean(false)));
     ASSERT_EQ("", machine.SetVolumeProperty("disk3s3", "Read Only", TValue::Boolean(true)));
@@ -85,7 +85,7 @@ TEST_F(Volumes, PropertiesAreSetAndRemoved)
     EXPECT_NE(0, access("/machine/volumes/disk77", F_OK));
 }
 
-TEST_F(Volumes, OnlyWhatDiskArbitrationKnowsCanBeRefused)
+TEST_F(MachineVolumes, OnlyWhatDiskArbitrationKnowsCanBeRefused)
 {
     EXPECT_EQ("", machine.SetRefusals("disk3s3", "mount busy\nunmount not-permitted\nrename error\nclaim "
                                                  "exclusive-access\ndelay 10"));
