@@ -14,7 +14,8 @@ target_compile_options(halvorix_product INTERFACE -fno-exceptions)
 target_link_libraries(halvorix_product INTERFACE halvorix_warnings Threads::Threads)
 if(APPLE)
     target_link_libraries(halvorix_product INTERFACE
-        "-framework CoreFoundation" "-framework CoreServices" "-framework IOKit" "-framework DiskArbitration")
+        "-framework ApplicationServices" "-framework CoreFoundation" "-framework CoreServices"
+        "-framework DiskArbitration" "-framework IOKit")
     # A daemon that starts with the system must not hang on the compiler's folder.
     target_link_libraries(halvorix_product INTERFACE -static-libgcc -static-libstdc++)
 else()

@@ -1,4 +1,7 @@
 // What the daemon does about starting up from a RAID volume: once when it starts, and when the driver asks for it.
+//
+// Which way is taken depends on the system that is running, the one at "/", whatever volume is meant: from 10.5 on the
+// firmware starts boot helper partitions, before that the volume itself is blessed. Nothing reports a failure.
 
 #ifndef HALVORIX_DAEMON_BOOTEVENTS_H
 #define HALVORIX_DAEMON_BOOTEVENTS_H
@@ -7,10 +10,23 @@
 
 class THXDaemonTool;
 
-// Sees at start-up to the boot helper partitions of a RAID start-up volume. Touches nothing yet.
+// From 10.5 on, when the Mac started from a RAID volume: has owners honoured on its boot helper partitions. They are not
+// rebuilt.
 void CheckBootHelperPartitionsAtStartup();
 
-// Acts on a driver event about a boot volume; the record stays the caller's. Acts on no type yet.
+// Acts on a driver event: kDriverEventUpdateBootFiles and kDriverEventSelectBootVolume, with the functions below; on no
+// other type. The record stays the caller's; a BSD name that fills its field ends there.
 void HandleBootDriverEvent(THXDaemonTool* tool, const TDriverEventRecord* record);
+
+// From 10.5 on: rebuilds all boot helper partitions of a mounted RAID volume.
+//
+// bsdName  the RAID volume's
+void UpdateBootFilesForVolume(THXDaemonTool* tool, const char* bsdName);
+
+// Makes a RAID volume the start-up volume: from 10.5 on the boot helper partition of its first boot member becomes the boot
+// device, before that the volume's own system folder is blessed.
+//
+// bsdName  the RAID volume's
+void SelectBootVolume(THXDaemonTool* tool, const char* bsdName);
 
 #endif

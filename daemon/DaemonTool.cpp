@@ -1,8 +1,9 @@
 #include "daemon/DaemonTool.h"
 
 #include "daemon/BootEvents.h"
+#include "daemon/ProcessLookup.h"
+#include "daemon/SystemVersionProbe.h"   // SystemIsNewerThan
 #include "foundation/Status.h"
-#include "services/Processes.h"
 
 #include <csignal>
 #include <new>
@@ -21,17 +22,6 @@ THXDaemonTool::~THXDaemonTool()
     fRegistry.reset();
     fPoller.reset();
     fServer.reset();
-}
-
-// Finds another process by name. A child in which ps could not be executed returns from Get_ProcessID as well: it ends here,
-// or there would be two daemons.
-static pid_t FindProcess(const char* name)
-{
-    const pid_t caller = getpid();
-    const pid_t found = Get_ProcessID(name);
-    if (getpid() != caller)
-        _exit(0);
-    return found;
 }
 
 static void WaitForLoginSession()
@@ -68,7 +58,10 @@ SInt32 THXDaemonTool::InitTool()
 SInt32 THXDaemonTool::CreateVolumeRegistry()
 {
     fRegistry.reset(new (std::nothrow) TVolumeRegistry);
-    return fRegistry != nullptr ? kStatusOK : kStatusOutOfMemory;
+    if (fRegistry == nullptr)
+        return kStatusOutOfMemory;
+    fRegistry->SetEnabled(SystemIsNewerThan(kHighestBefore10_4, "/"));
+    return kStatusOK;
 }
 
 SInt32 THXDaemonTool::StartEventServer()

@@ -25,7 +25,7 @@ public:
 
     // Starts the daemon's services, in this order: publishes this object in gDaemonTool; waits, without a time-out, until
     // SystemUIServer runs, a sign that somebody logged in; sends the driver the time-zone offset; sends SIGINT to an older
-    // instance, without waiting for it; makes the volume registry; starts the event server, then the poller; looks after
+    // instance, without waiting for it; makes the volume registry, enabled from 10.4 on; starts the event server, then the poller; looks after
     // the boot helper partitions of the start-up volume.
     //
     // returns  0, -108 out of memory, or the status of the first service that did not start. What was started before stays.
@@ -62,13 +62,23 @@ public:
     // when the clock changes.
     void SendTimeZoneOffsetToDriver();
 
-    // A disk came or went. On the main thread.
+    // A disk or partition came or went, on the main thread: the volume registry is told. One without a BSD name is passed
+    // over, and on coming also one without a medium.
     void DiskAppeared(DADiskRef disk);
     void DiskDisappeared(DADiskRef disk);
 
-    // What Disk Arbitration calls; the context is the tool.
+    // Claims a disk for the RAID management application, if that runs and is the front application and the disk is an
+    // ordinary one: no CD, DVD, iPod or disk image. Nobody looks at what comes of it. Nothing registers it: disks are
+    // never claimed. Each call that comes as far as the kind of disk keeps a reference to its medium.
+    void ClaimDiskForFrontApplication(DADiskRef disk);
+
+    // What Disk Arbitration calls; the context is the tool. The first three do what they are named for. A claimed disk is
+    // given up to whoever asks, and the end of a claim is of no interest.
     static void DiskAppearedCallback(DADiskRef disk, void* tool);
     static void DiskDisappearedCallback(DADiskRef disk, void* tool);
+    static void DiskClaimCandidateCallback(DADiskRef disk, void* tool);
+    static DADissenterRef ClaimReleaseCallback(DADiskRef disk, void* tool);
+    static void ClaimDoneCallback(DADiskRef disk, DADissenterRef dissenter, void* tool);
 
     TVolumeRegistry* Registry() const { return fRegistry.get(); }
     TDriverEventPoller* Poller() const { return fPoller.get(); }

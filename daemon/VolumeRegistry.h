@@ -1,4 +1,9 @@
-// The RAID volumes that are present, with their HFS identities.
+// The RAID volumes that are present, with their HFS identities, no two of which may be equal.
+//
+// A volume's identity is what the system's hfs.util prints for it; it is kept and compared as bytes. When a volume appears
+// whose identity another one has already, the newcomer is given a new one.
+//
+// Only the main thread uses the registry. Each run of hfs.util is waited for, without a time-out.
 
 #ifndef HALVORIX_DAEMON_VOLUMEREGISTRY_H
 #define HALVORIX_DAEMON_VOLUMEREGISTRY_H
@@ -6,22 +11,87 @@
 #include "foundation/TArray.h"
 
 #include <CoreServices/CoreServices.h>
+#include <IOKit/IOKitLib.h>
+#include <cstddef>
+
+// How much of what hfs.util prints is kept.
+constexpr std::size_t kVolumeIDSize = 64;
+
+// One volume.
+struct TVolumeRecord
+{
+    char bsdName[16];                // cut to 15 bytes and a NUL
+    UInt8 volumeID[kVolumeIDSize];   // with zeros behind it when it is shorter; all of it counts
+};
+
+static_assert(sizeof(TVolumeRecord) == 80, "records are 80 bytes");
+static_assert(offsetof(TVolumeRecord, volumeID) == 16, "");
 
 class TVolumeRegistry
 {
 public:
     // Empty and disabled.
-    TVolumeRegistry() : fEnabled(0), fRecords(kRecordSize) {}
+    TVolumeRegistry() : fEnabled(0), fRecords(sizeof(TVolumeRecord)) {}
 
-    // Nothing enables the registry yet: it needs the system's version, which nothing reads yet.
-    UInt32 Enabled() const { return fEnabled; }
+    // Where it is disabled, volumes that appear and disappear change nothing and no tool is run. It is for 10.4 and later.
+    void SetEnabled(bool enabled) { fEnabled = enabled; }
+    bool Enabled() const { return fEnabled != 0; }
+
+    // A disk or partition appeared. If it is a RAID volume with an identity, it is recorded, after it was given a new one
+    // if that of another BSD name is the same. Whatever fails leaves the registry as it is. The volume that had the
+    // identity first keeps it.
+    //
+    // bsdName  "disk3s2". From 16 bytes on it is recorded under its first 15, and not found by its whole name
+    // media    its IOMedia object; stays the caller's
+    void VolumeAppeared(const char* bsdName, io_object_t media);
+
+    // A disk or partition disappeared. Its record is removed, whatever it is a record of.
+    void VolumeDisappeared(const char* bsdName);
+
+    // Says whether an entry belongs to a RAID volume: whether it or one of those above it in the IOService plane has the
+    // property "Halvorix Volume ID", of whatever value.
+    static bool HasVolumeIDProperty(io_object_t media);
+
+    // Reads a volume's identity: hfs.util -k, as root.
+    //
+    // volumeID  receives kVolumeIDSize bytes: what one read(2) of what the tool prints gives, with zeros behind it;
+    //           untouched on failure
+    // returns   whether the tool exited with 253, its code for success, and printed anything. A first byte of 0 is nothing
+    static bool ReadVolumeID(const char* bsdName, UInt8* volumeID);
+
+    // Gives a volume a new identity: hfs.util -s, as root.
+    //
+    // returns  whether the tool exited with 253
+    static bool ResetVolumeID(const char* bsdName);
+
+    // These find the first record with this identity (kVolumeIDSize bytes) or BSD name, or null. It stays the registry's
+    // and is valid until the next change. index, which may be null, receives where it is, counted from 0; untouched when
+    // there is none.
+    TVolumeRecord* FindRecordByVolumeID(const UInt8* volumeID) const;
+    TVolumeRecord* FindRecordByBSDName(const char* bsdName, UInt32* index = nullptr) const;
+
+    // Sets the identity in the record of this BSD name, or adds one. Without memory for it, nothing is added.
+    void SetVolumeIDForBSDName(const char* bsdName, const UInt8* volumeID);
+
+    // Removes the record of this BSD name, if there is one.
+    void RemoveRecordForBSDName(const char* bsdName);
+
+    // Copies the identity in the record of this BSD name.
+    //
+    // volumeID  receives kVolumeIDSize bytes; untouched when there is no record
+    // returns   whether there is one
+    bool CopyVolumeIDForBSDName(const char* bsdName, UInt8* volumeID) const;
+
+    bool ContainsBSDName(const char* bsdName) const { return FindRecordByBSDName(bsdName) != nullptr; }
+
+    // How many volumes are recorded.
+    UInt32 Count() const { return fRecords.Count(); }
 
 private:
-    // A BSD name of 16 bytes and a volume identifier of 64.
-    static constexpr unsigned long kRecordSize = 80;
+    TVolumeRecord* RecordAtIndex(UInt32 index) const;
 
     UInt32 fEnabled;
-    TArray fRecords;
+    TArray fRecords;   // of TVolumeRecord, in the order in which they first appeared
 };
 
 #endif

@@ -4,8 +4,9 @@
 #include "foundation/CFTypes.h"       // CFTypeAs, CreatePropertyListFromBytes, ExtractASCII
 #include "foundation/CStrings.h"      // StoreCString
 #include "foundation/ScopedCFType.h"
+#include "services/BootMembers.h"
 #include "services/ChildProcess.h"
-#include "services/IORegistry.h"   // GetBSDNameAndSizes, GetIOKitObjectWithBSDName
+#include "services/IORegistry.h"   // GetIOKitObjectWithBSDName
 #include "services/ScopedIOObject.h"
 #include "services/VolumePaths.h"   // GetVolumePathnameWithBSDName
 
@@ -162,37 +163,15 @@ void GetBSDSliceNumberForAppleBootPartition(io_object_t partition, char* bsdName
     sprintf(separator + 1, "%ld", static_cast<long>(number));
 }
 
-// Finds the entry of a RAID volume's first boot member.
-// returns  the entry, which the caller releases, or 0
-static io_registry_entry_t GetFirstBootMember(io_object_t volume)
-{
-    const TScopedCFType property(
-        IORegistryEntryCreateCFProperty(volume, CFSTR("IOBootDevice"), kCFAllocatorDefault, 0));
-    const auto members = CFTypeAs<CFArrayRef>(property.Get(), CFArrayGetTypeID());
-    if (members == nullptr || CFArrayGetCount(members) == 0)
-        return 0;
-    const auto first = CFTypeAs<CFDictionaryRef>(CFArrayGetValueAtIndex(members, 0), CFDictionaryGetTypeID());
-    if (first == nullptr)
-        return 0;
-    char path[kPathSize];
-    if (!ExtractASCII(CFDictionaryGetValue(first, CFSTR("IOBootDevicePath")), path, sizeof path))
-        return 0;
-    return IORegistryEntryFromPath(kIOMasterPortDefault, path);
-}
-
 void SetBootDeviceForBootRootVolume(const char* bsdName)
 {
     const TScopedIOObject volume(GetIOKitObjectWithBSDName(bsdName));
     if (!volume)
         return;
-    const TScopedIOObject member(GetFirstBootMember(volume.Get()));
-    if (!member)
+    const TScopedCFType members(CreateBootMemberList(volume.Get()));
+    if (!members || CFArrayGetCount(members.Get()) == 0)
         return;
-    // Larger than the longest name that is read, which may grow below.
-    char memberName[kNameSize + 2] = {};
-    GetBSDNameAndSizes(member.Get(), nullptr, memberName, kNameSize, nullptr, nullptr);
-    if (memberName[0] == 0)
-        return;
-    GetBSDSliceNumberForAppleBootPartition(member.Get(), memberName);
-    SetBootDeviceWithBSD_Name(memberName);
+    char partition[kBootHelperNameSize];
+    if (FindBootHelperPartition(CFArrayGetValueAtIndex(members.Get(), 0), partition))
+        SetBootDeviceWithBSD_Name(partition);
 }

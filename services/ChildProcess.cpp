@@ -69,8 +69,14 @@ EChildStart TChildProcess::Execute(const TCommand& command)
         // The program runs all the same, with the rights that are left.
     }
     execv(command.path, const_cast<char* const*>(command.arguments));
-    if (command.executionFailure == kExitWithZero)
+    switch (command.executionFailure) {
+    case kExitWithZero:
         exit(0);
+    case kExitWithOne:
+        exit(1);
+    case kReturnToCaller:
+        break;
+    }
     return kInChild;
 }
 

@@ -34,13 +34,14 @@ enum EChildOutput
 enum EExecutionFailure
 {
     kReturnToCaller,   // goes on in the caller's code, as a second process; Start returns kInChild in it
-    kExitWithZero      // exit(0), so that the program seems to have ended well
+    kExitWithZero,     // exit(0), so that the program seems to have ended well
+    kExitWithOne       // exit(1)
 };
 
 // A program to run.
 struct TCommand
 {
-    const char* path;               // absolute
+    const char* path;               // absolute; one that is empty cannot be executed
     const char* const* arguments;   // argv from argv[0] on, with a null behind the last
     EChildUser user;
     EChildOutput output;

@@ -1,0 +1,42 @@
+#include "services/BootMembers.h"
+
+#include "foundation/CFTypes.h"   // CFTypeAs, ExtractASCII
+#include "foundation/ScopedCFType.h"
+#include "services/BootDevice.h"   // GetBSDSliceNumberForAppleBootPartition
+#include "services/IORegistry.h"   // GetBSDNameAndSizes
+#include "services/ScopedIOObject.h"
+
+// Room for a registry path, and for the BSD name that is read.
+static const UInt32 kPathSize = 1024;
+static const UInt32 kNameSize = 32;
+
+CFArrayRef CreateBootMemberList(io_object_t volume)
+{
+    TScopedCFType property(IORegistryEntryCreateCFProperty(volume, CFSTR("IOBootDevice"), kCFAllocatorDefault, 0));
+    if (CFTypeAs<CFArrayRef>(property.Get(), CFArrayGetTypeID()) == nullptr)
+        return nullptr;
+    return static_cast<CFArrayRef>(property.Release());
+}
+
+// Finds a member's entry, which the caller releases; 0 when there is none.
+static io_registry_entry_t GetMemberEntry(CFTypeRef member)
+{
+    const auto dictionary = CFTypeAs<CFDictionaryRef>(member, CFDictionaryGetTypeID());
+    char path[kPathSize];
+    if (dictionary == nullptr ||
+        !ExtractASCII(CFDictionaryGetValue(dictionary, CFSTR("IOBootDevicePath")), path, sizeof path))
+        return 0;
+    return IORegistryEntryFromPath(kIOMasterPortDefault, path);
+}
+
+bool FindBootHelperPartition(CFTypeRef member, char (&bsdName)[kBootHelperNameSize])
+{
+    const TScopedIOObject entry(GetMemberEntry(member));
+    if (!entry)
+        return false;
+    GetBSDNameAndSizes(entry.Get(), nullptr, bsdName, kNameSize, nullptr, nullptr);
+    if (bsdName[0] == 0)
+        return false;
+    GetBSDSliceNumberForAppleBootPartition(entry.Get(), bsdName);
+    return true;
+}

@@ -1,0 +1,28 @@
+// The boot members of a RAID volume: the partitions that it consists of, beside each of which a boot helper partition lies.
+
+#ifndef HALVORIX_SERVICES_BOOTMEMBERS_H
+#define HALVORIX_SERVICES_BOOTMEMBERS_H
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <IOKit/IOKitLib.h>
+
+// Room for the BSD name of a boot helper partition: 32 bytes for the member's name, and 2 by which it may grow when the
+// number of the partition changes.
+constexpr UInt32 kBootHelperNameSize = 34;
+
+// Reads the list of members that the RAID driver publishes.
+//
+// volume   the RAID volume's entry; stays the caller's
+// returns  its "IOBootDevice", which the caller releases; null when there is none or it is no array
+CFArrayRef CreateBootMemberList(io_object_t volume);
+
+// Finds the boot helper partition beside a member.
+//
+// member   an element of the list: a dictionary whose "IOBootDevicePath" is the member's registry path, in ASCII and
+//          shorter than 1,024 bytes; may be anything else, or null
+// bsdName  receives the BSD name of the partition, as GetBSDSliceNumberForAppleBootPartition makes it of the member's
+// returns  false when the element is none such, no entry has the path, or that entry has no BSD name; bsdName is
+//          undefined then
+bool FindBootHelperPartition(CFTypeRef member, char (&bsdName)[kBootHelperNameSize]);
+
+#endif
