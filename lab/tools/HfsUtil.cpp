@@ -43,11 +43,12 @@ int HfsUtil(lab::TMachine& machine, const TWords& words)
 
     // The device is given by its name alone, but with a path it is found as well.
     const std::string bsdName = DiskOfNode(words[1]);
+    // The exit status alone says what it cannot do: programs ask this of any disk.
     if (!IsDisk(machine, bsdName))
-        return Refuse("hfs.util", "there is no disk " + words[1], kFailed);
+        return kFailed;
     const plist::TValue volume = machine.Volume(bsdName);
     if (lab::TextOf(volume, "Kind") != "hfs")
-        return Refuse("hfs.util", "there is no HFS volume on " + words[1], kUnrecognized);
+        return kUnrecognized;
 
     if (verb == "-k")
         return PrintIdentifier(machine, lab::TextOf(volume, "Identifier"));
