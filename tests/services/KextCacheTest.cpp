@@ -1,9 +1,9 @@
 #include "services/KextCache.h"
 
-#include "tests/services/VersionFiles.h"
 #include "tests/support/BothSides.h"
 #include "tests/support/Faults.h"
 #include "tests/support/MachineTest.h"
+#include "tests/support/VersionFiles.h"
 
 #include <cerrno>
 #include <string>

@@ -1,9 +1,9 @@
 #include "services/SystemVersion.h"
 
 #include "foundation/NumVersions.h"
-#include "tests/services/VersionFiles.h"
 #include "tests/support/Faults.h"
 #include "tests/support/MachineTest.h"
+#include "tests/support/VersionFiles.h"
 
 #include <cerrno>
 #include <cstring>

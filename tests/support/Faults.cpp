@@ -560,6 +560,13 @@ Boolean __wrap_CFURLWriteDataAndPropertiesToResource(CFURLRef url, CFDataRef byt
     return Call(kCFURLWriteData, __real_CFURLWriteDataAndPropertiesToResource, url, bytes, properties, error);
 }
 
+static TListed kCFUUIDCreateString("CFUUIDCreateString");
+CFStringRef __real_CFUUIDCreateString(CFAllocatorRef, CFUUIDRef);
+CFStringRef __wrap_CFUUIDCreateString(CFAllocatorRef allocator, CFUUIDRef uuid)
+{
+    return Call(kCFUUIDCreateString, __real_CFUUIDCreateString, allocator, uuid);
+}
+
 static TListed kDADiskCopyDescription("DADiskCopyDescription");
 CFDictionaryRef __real_DADiskCopyDescription(DADiskRef);
 CFDictionaryRef __wrap_DADiskCopyDescription(DADiskRef disk)

@@ -1,7 +1,7 @@
 // Folders that look like volumes with a system on them.
 
-#ifndef HALVORIX_TESTS_SERVICES_VERSIONFILES_H
-#define HALVORIX_TESTS_SERVICES_VERSIONFILES_H
+#ifndef HALVORIX_TESTS_SUPPORT_VERSIONFILES_H
+#define HALVORIX_TESTS_SUPPORT_VERSIONFILES_H
 
 #include <string>
 

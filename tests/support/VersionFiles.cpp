@@ -1,4 +1,4 @@
-#include "tests/services/VersionFiles.h"
+#include "tests/support/VersionFiles.h"
 
 #include <filesystem>
 #include <fstream>
