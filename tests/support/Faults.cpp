@@ -4,6 +4,7 @@
 
 #include "tests/support/Faults.h"
 
+#include <ApplicationServices/ApplicationServices.h>
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreServices/CoreServices.h>
 #include <DiskArbitration/DiskArbitration.h>
@@ -567,6 +568,14 @@ CFStringRef __wrap_CFUUIDCreateString(CFAllocatorRef allocator, CFUUIDRef uuid)
     return Call(kCFUUIDCreateString, __real_CFUUIDCreateString, allocator, uuid);
 }
 
+static TListed kDADiskClaim("DADiskClaim");
+void __real_DADiskClaim(DADiskRef, DADiskClaimOptions, DADiskClaimReleaseCallback, void*, DADiskClaimCallback, void*);
+void __wrap_DADiskClaim(DADiskRef disk, DADiskClaimOptions options, DADiskClaimReleaseCallback release,
+                        void* releaseContext, DADiskClaimCallback callback, void* context)
+{
+    Call(kDADiskClaim, __real_DADiskClaim, disk, options, release, releaseContext, callback, context);
+}
+
 static TListed kDADiskCopyDescription("DADiskCopyDescription");
 CFDictionaryRef __real_DADiskCopyDescription(DADiskRef);
 CFDictionaryRef __wrap_DADiskCopyDescription(DADiskRef disk)
@@ -751,6 +760,20 @@ OSErr __real_FSSetCatalogInfo(const FSRef*, FSCatalogInfoBitmap, const FSCatalog
 OSErr __wrap_FSSetCatalogInfo(const FSRef* item, FSCatalogInfoBitmap which, const FSCatalogInfo* info)
 {
     return Call(kFSSetCatalogInfo, __real_FSSetCatalogInfo, item, which, info);
+}
+
+static TListed kGetFrontProcess("GetFrontProcess");
+OSErr __real_GetFrontProcess(ProcessSerialNumber*);
+OSErr __wrap_GetFrontProcess(ProcessSerialNumber* number)
+{
+    return Call(kGetFrontProcess, __real_GetFrontProcess, number);
+}
+
+static TListed kGetProcessPID("GetProcessPID");
+OSStatus __real_GetProcessPID(const ProcessSerialNumber*, pid_t*);
+OSStatus __wrap_GetProcessPID(const ProcessSerialNumber* number, pid_t* process)
+{
+    return Call(kGetProcessPID, __real_GetProcessPID, number, process);
 }
 
 static TListed kIOConnectMethod("IOConnectMethodStructureIStructureO");
