@@ -3,6 +3,7 @@
 #include "foundation/CStrings.h"   // StoreCString
 #include "foundation/ScopedCFType.h"
 #include "services/ChildProcess.h"
+#include "services/NearestProperties.h"
 
 #include <cstring>
 
@@ -28,9 +29,7 @@ static bool FinishTool(TChildProcess* child)
 
 bool TVolumeRegistry::HasVolumeIDProperty(io_object_t media)
 {
-    const TScopedCFType property(
-        IORegistryEntrySearchCFProperty(media, "IOService", CFSTR("Halvorix Volume ID"), kCFAllocatorDefault,
-                                        kIORegistryIterateRecursively | kIORegistryIterateParents));
+    const TScopedCFType property(CreateNearestProperty(media, CFSTR("Halvorix Volume ID")));
     return static_cast<bool>(property);
 }
 

@@ -7,6 +7,7 @@
 #include "services/BootMembers.h"
 #include "services/ChildProcess.h"
 #include "services/IORegistry.h"   // GetIOKitObjectWithBSDName
+#include "services/NearestProperties.h"
 #include "services/ScopedIOObject.h"
 #include "services/VolumePaths.h"   // GetVolumePathnameWithBSDName
 
@@ -140,9 +141,7 @@ UInt32 GetBootVolumeBSD_Name(char* buffer, UInt32 bufferSize)
 // returns  false when the map is not known
 static bool FindDistanceOfBootPartition(io_object_t partition, long* distance)
 {
-    const TScopedCFType property(
-        IORegistryEntrySearchCFProperty(partition, "IOService", CFSTR("Content Mask"), kCFAllocatorDefault,
-                                        kIORegistryIterateRecursively | kIORegistryIterateParents));
+    const TScopedCFType property(CreateNearestProperty(partition, CFSTR("Content Mask")));
     const auto map = CFTypeAs<CFStringRef>(property.Get(), CFStringGetTypeID());
     if (map == nullptr)
         return false;

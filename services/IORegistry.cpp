@@ -3,9 +3,8 @@
 #include "foundation/CFTypes.h"   // CFTypeAs, ExtractASCII, ExtractSInt32, ExtractSInt64
 #include "foundation/ScopedCFType.h"
 #include "services/BSDNames.h"   // IsDiskAPartition
+#include "services/NearestProperties.h"
 #include "services/ScopedIOObject.h"
-
-static const char kServicePlane[] = "IOService";
 
 io_object_t IterateThroughParentLevels(io_iterator_t iterator, UInt32 levels)
 {
@@ -30,7 +29,7 @@ UInt32 IOKitObjectIsChildOfObjectOfClass(io_object_t object, const char* classNa
         const TScopedIOObject current(next);
         if (IOObjectConformsTo(current.Get(), className))
             return 1;
-        if (IORegistryEntryGetParentEntry(current.Get(), kServicePlane, &next) != KERN_SUCCESS)
+        if (IORegistryEntryGetParentEntry(current.Get(), "IOService", &next) != KERN_SUCCESS)
             return 0;
     }
 }
@@ -93,9 +92,7 @@ UInt32 IsDiskRemovable(const char* bsdName)
     const TScopedIOObject media(GetIOKitObjectWithBSDName(bsdName));
     if (!media)
         return 0;
-    const TScopedCFType property(
-        IORegistryEntrySearchCFProperty(media.Get(), kServicePlane, CFSTR("Removable"), kCFAllocatorDefault,
-                                        kIORegistryIterateRecursively | kIORegistryIterateParents));
+    const TScopedCFType property(CreateNearestProperty(media.Get(), CFSTR("Removable")));
     const auto removable = CFTypeAs<CFBooleanRef>(property.Get(), CFBooleanGetTypeID());
     return removable != nullptr && CFBooleanGetValue(removable);
 }

@@ -29,15 +29,6 @@ protected:
         ASSERT_EQ("", machine.WriteText("ps-output", text));
         ASSERT_EQ("", machine.SetToolBehaviour("ps", "print-file /machine/ps-output\n" + then));
     }
-
-    pid_t StartProcess(const std::string& name)
-    {
-        lab::TStart start;
-        start.name = name;
-        pid_t process = 0;
-        EXPECT_EQ("", machine.Start(start, &process));
-        return process;
-    }
 };
 
 TEST_F(ProcessID, ARunningProcessIsFound)

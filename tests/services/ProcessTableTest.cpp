@@ -11,15 +11,6 @@
 // Counting processes in the kernel's table.
 class ProcessTable : public TMachineTest
 {
-protected:
-    pid_t StartProcess(const std::string& name)
-    {
-        lab::TStart start;
-        start.name = name;
-        pid_t process = 0;
-        EXPECT_EQ("", machine.Start(start, &process));
-        return process;
-    }
 };
 
 TEST_F(ProcessTable, NoProcessIsCountedThatDoesNotRun)

@@ -66,3 +66,12 @@ void TMachineTest::TearDown()
     EXPECT_EQ(fBefore.overReleases + fExpectedLeft.overReleases, after.overReleases) << "releases of what was not held";
     EXPECT_FALSE(MemoryIsLeaked());
 }
+
+pid_t TMachineTest::StartProcess(const std::string& name)
+{
+    lab::TStart start;
+    start.name = name;
+    pid_t process = 0;
+    EXPECT_EQ("", machine.Start(start, &process));
+    return process;
+}

@@ -34,6 +34,9 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
+    // Starts an idle process that ps shows under this name.
+    pid_t StartProcess(const std::string& name);
+
     // For the few tests of a documented leak: what TearDown is to find beyond what SetUp saw.
     THeld fExpectedLeft;
     lab::TMachine machine;
