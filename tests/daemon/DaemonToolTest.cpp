@@ -2,6 +2,7 @@
 #include "tests/support/Faults.h"
 #include "tests/support/MachineTest.h"
 #include "tests/support/RunningDaemon.h"
+#include "tests/support/VersionFiles.h"
 
 #include <cerrno>
 #include <csignal>
@@ -107,6 +108,17 @@ protected:
         tool = new TOpenedDaemonTool;
     }
 
+    // Starts as far as the registry, and tells whether that is enabled.
+    static bool RegistryIsEnabled()
+    {
+        // On some machines the registry, which comes first, has the same size as the server.
+        const unsigned which = sizeof(TDriverEventServer) == sizeof(TVolumeRegistry) ? 2 : 1;
+        const TFault fault("operator new nothrow", {0, 0, sizeof(TDriverEventServer)}, which);
+        TOpenedDaemonTool started;
+        EXPECT_EQ(-108, started.InitTool());
+        return started.fRegistry->Enabled();
+    }
+
     static TOpenedDaemonTool* tool;
 };
 
@@ -166,14 +178,24 @@ TEST_F(InitTool, APollerThatDoesNotStartIsMinus50)
     fExpectedLeft.objects = 1;
 }
 
-TEST_F(InitTool, TheRegistryIsDisabled)
+TEST_F(InitTool, TheRegistryIsEnabledFrom10_4OnByTheSystemThatRuns)
 {
-    const TFault fault("pthread_create", {EAGAIN, 0}, 2);
-    tool->InitTool();
+    static const struct
+    {
+        const char* version;
+        bool enabled;
+    } kCases[] = {{"10.3.9", false}, {"10.4", true}, {"10.4.11", true}, {"10.5.8", true}, {"no version", false}};
+    for (const auto& one : kCases) {
+        InstallSystem("/", one.version);
+        EXPECT_EQ(one.enabled, RegistryIsEnabled()) << one.version;
+    }
+}
 
-    EXPECT_EQ(0u, tool->fRegistry->Enabled());
-    fExpectedLeft.descriptors = 1;
-    fExpectedLeft.objects = 1;
+TEST_F(InitTool, TheRegistryIsDisabledWhenTheSystemIsNotKnown)
+{
+    ASSERT_EQ(0, unlink("/System/Library/CoreServices/SystemVersion.plist"));
+
+    EXPECT_FALSE(RegistryIsEnabled());
 }
 
 TEST_F(InitTool, WithoutAnOlderInstanceNoSignalIsSent)
