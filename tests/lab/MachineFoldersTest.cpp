@@ -16,7 +16,8 @@ class MachineFolders : public TMachineTest
 protected:
     static const std::vector<std::string>& Names()
     {
-        static const std::vector<std::string>& names = *new std::vector<std::string>{"leopard", "panther", "tiger"};
+        static const std::vector<std::string>& names =
+            *new std::vector<std::string>{"leopard", "panther", "tiger", "workshop"};
         return names;
     }
 
@@ -146,6 +147,37 @@ TEST_F(MachineFolders, EachHasARAIDVolumeBelowTheLoadedDriver)
     }
 }
 
+TEST_F(MachineFolders, TwoOfTheWorkshopsRAIDVolumesAreOneToHfsUtil)
+{
+    const TMachine workshop(FolderOf("workshop"));
+    for (const char* const key : {"Name", "Identifier", "UUID"})
+        EXPECT_EQ(TextOf(workshop.Volume("disk3s3"), key), TextOf(workshop.Volume("disk4s3"), key)) << key;
+    TRegistry registry(FolderOf("workshop"));
+    const TFoundEntry driver = registry.FindClass("com_halvorix_driver_Halvorix");
+    std::set<std::string> below;
+    Visit(*driver.entry, [&](const TValue& entry) { below.insert(TextOf(entry, "BSD Name")); });
+    EXPECT_EQ(1u, below.count("disk3s3"));
+    EXPECT_EQ(1u, below.count("disk4s3"));
+}
+
+TEST_F(MachineFolders, TheWorkshopsServerHasItsVersionInAFileOfItsOwn)
+{
+    const std::string folder = FolderOf("workshop") + "/volumes/disk5s3/files/System/Library/CoreServices";
+    const std::vector<std::string> files = NamesInFolder(folder);
+    EXPECT_EQ((std::vector<std::string>{"BootX", "ServerVersion.plist", "boot.efi"}), files);
+    TRegistry registry(FolderOf("workshop"));
+    const TValue* const members = registry.FindMedium("disk5s3").entry->Find("IOBootDevice");
+    ASSERT_NE(nullptr, members);
+    EXPECT_EQ(2u, members->items.size());
+}
+
+TEST_F(MachineFolders, TheWorkshopsRegistryIsAsLargeAsARealOne)
+{
+    std::size_t entries = 0;
+    Visit(Plane(FolderOf("workshop"), "ioreg.plist"), [&](const TValue&) { ++entries; });
+    EXPECT_LE(500u, entries);
+}
+
 TEST_F(MachineFolders, OnlyLeopardStartsFromItsRAIDVolume)
 {
     for (const std::string& name : Names()) {
@@ -180,7 +212,7 @@ TEST_F(MachineFolders, EveryVolumeHasAnIdentityThatNoOtherHas)
         for (const std::string& disk : NamesInFolder(FolderOf(name) + "/volumes")) {
             const TValue volume = folder.Volume(disk);
             EXPECT_NE("", TextOf(volume, "Name")) << name << " " << disk;
-            if (TextOf(volume, "Kind") != "hfs")
+            if (TextOf(volume, "Kind") != "hfs" || (name == "workshop" && disk == "disk4s3"))   // the copy
                 continue;
             EXPECT_TRUE(identifiers.insert(TextOf(volume, "Identifier")).second) << name << " " << disk;
             EXPECT_TRUE(uuids.insert(TextOf(volume, "UUID")).second) << name << " " << disk;
@@ -189,7 +221,7 @@ TEST_F(MachineFolders, EveryVolumeHasAnIdentityThatNoOtherHas)
             EXPECT_EQ('3', TextOf(volume, "UUID")[14]) << "made from a name";
         }
     }
-    EXPECT_EQ(8u, identifiers.size());
+    EXPECT_EQ(21u, identifiers.size());
 }
 
 TEST_F(MachineFolders, EveryHelperPartitionHoldsWhatAnOlderSystemLeft)
