@@ -15,18 +15,42 @@ namespace labctl {
 
 // Disks
 
+// Gives a new volume the identity of another one's, as it has on a disk that was copied block by block.
+static std::string CopyIdentity(TMachine& machine, const std::string& from, const std::string& to)
+{
+    const TValue original = machine.Volume(from);
+    for (const char* const key : {"Identifier", "UUID"}) {
+        const std::string value = lab::TextOf(original, key);
+        if (value.empty())
+            return "there is no volume with an identity on " + from;
+        const std::string error = machine.SetVolumeProperty(to, key, TValue::String(value));
+        if (!error.empty())
+            return error;
+    }
+    return "";
+}
+
 static int Attach(TMachine& machine, TWords words)
 {
-    const TOptions options(&words, {"below", "size", "volume", "kind"});
+    const TOptions options(&words, {"below", "size", "volume", "kind", "identity-of"});
     ExpectWords(words, 1, 1);
     const std::string& bsdName = words[0];
     const std::string below = options.Text("below");
     const auto size = static_cast<std::uint64_t>(options.Number("size", 80026361856, 0, INT64_MAX));
-    if (options.Has("kind") && !options.Has("volume"))
-        throw TMisuse{"--kind needs --volume"};
-    std::string error = machine.AddMedium(bsdName, below, size, below.empty());
-    if (error.empty() && options.Has("volume"))
+    for (const char* const option : {"kind", "identity-of"}) {
+        if (options.Has(option) && !options.Has("volume"))
+            throw TMisuse{"--" + std::string(option) + " needs --volume"};
+    }
+    // The volume first: who sees the disk come looks at what is on it.
+    std::string error;
+    lab::TRegistry registry(machine.Folder());
+    const bool comes = !registry.FindMedium(bsdName).entry && (below.empty() || registry.FindMedium(below).entry);
+    if (options.Has("volume") && comes)
         error = machine.AddVolume(bsdName, options.Text("volume"), options.Text("kind", "hfs"));
+    if (error.empty() && options.Has("identity-of") && comes)
+        error = CopyIdentity(machine, options.Text("identity-of"), bsdName);
+    if (error.empty())
+        error = machine.AddMedium(bsdName, below, size, below.empty());
     // As a Mac does with a disk that comes.
     if (error.empty() && machine.IsRunning() && !machine.Volume(bsdName).entries.empty())
         error = machine.MountVolume(bsdName);
@@ -221,12 +245,12 @@ static int Nvram(TMachine& machine, const TWords& words)
 const std::vector<TCommand>& DiskCommands()
 {
     static const std::vector<TCommand> commands{
-        {"disk", "attach NAME [--below NAME] [--size BYTES] [--volume NAME [--kind KIND]]\ndetach NAME",
-         "Adds a disk to the I/O Registry, or removes it and what is below it.\nBelow another disk it is a partition "
-         "of "
-         "that. With --volume it holds a new volume of that name. A\nvolume on a disk that comes is mounted, and on a "
-         "disk "
-         "that goes unmounted, as by a Mac.",
+        {"disk",
+         "attach NAME [--below NAME] [--size BYTES] [--volume NAME [--kind KIND] [--identity-of DISK]]\ndetach NAME",
+         "Adds a disk to the I/O Registry, or removes it and what is below it.\n"
+         "Below another disk it is a partition of that. With --volume it holds a new volume of that name, with\n"
+         "--identity-of one that hfs.util cannot tell from the other disk's. A volume on a disk that comes is\n"
+         "mounted, and on a disk that goes unmounted, as by a Mac.",
          true, Disk},
         {"volume", "[list]\nshow DISK\nadd DISK NAME [--kind KIND]\nset DISK KEY VALUE\nunset DISK KEY",
          "Lists the volumes, shows what one is, makes an empty one, or changes what it is.\nThe kind is hfs when not "

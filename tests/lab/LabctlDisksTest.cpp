@@ -1,4 +1,5 @@
 #include "lab/Files.h"
+#include "lab/Registry.h"
 #include "tests/lab/LabctlRun.h"
 
 #include <string>
@@ -67,9 +68,30 @@ TEST_F(LabctlDisk, ADiskThatGoesTakesItsVolumeFromWhoeverUsesIt)
     EXPECT_EQ("", machine.MountPath("disk9"));
 }
 
-TEST_F(LabctlDisk, TheKindOfNoVolumeIsRefused)
+TEST_F(LabctlDisk, TheKindAndTheIdentityOfNoVolumeAreRefused)
 {
     ExpectMisuse({"disk", "attach", "disk9", "--kind", "ufs"}, "--kind needs --volume");
+    ExpectMisuse({"disk", "attach", "disk9", "--identity-of", "disk2s3"}, "--identity-of needs --volume");
+}
+
+TEST_F(LabctlDisk, AVolumeCanHaveAnothersIdentity)
+{
+    ExpectSilent({"disk", "attach", "disk2s4", "--below", "disk2", "--volume", "Copy", "--identity-of", "disk2s3"});
+    for (const char* const key : {"Identifier", "UUID"})
+        EXPECT_EQ(TextOf(machine.Volume("disk2s3"), key), TextOf(machine.Volume("disk2s4"), key)) << key;
+    EXPECT_EQ("Copy", TextOf(machine.Volume("disk2s4"), "Name"));
+
+    ExpectRefusal({"disk", "attach", "disk9", "--volume", "Copy", "--identity-of", "disk8"},
+                  "there is no volume with an identity on disk8");
+}
+
+TEST_F(LabctlDisk, ADiskThatCannotComeLeavesVolumesAlone)
+{
+    const std::string before = TextOf(machine.Volume("disk3s3"), "Name");
+    EXPECT_EQ("exited 1", Run({"disk", "attach", "disk3s3", "--volume", "Other"}));
+    EXPECT_EQ(before, TextOf(machine.Volume("disk3s3"), "Name"));
+    EXPECT_EQ("exited 1", Run({"disk", "attach", "disk9s1", "--below", "disk77", "--volume", "Other"}));
+    EXPECT_TRUE(machine.Volume("disk9s1").entries.empty());
 }
 
 TEST_F(LabctlDisk, VolumesAreListedWithWhereTheyAreMounted)
