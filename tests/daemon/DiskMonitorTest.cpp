@@ -1,30 +1,13 @@
-#include "services/IORegistry.h"
 #include "tests/daemon/HfsUtilRuns.h"
 #include "tests/daemon/OpenedDaemonTool.h"
+#include "tests/platform/Scoped.h"
 #include "tests/support/BothSides.h"
 #include "tests/support/Faults.h"
 #include "tests/support/MachineTest.h"
 
 #include <ApplicationServices/ApplicationServices.h>
 
-#include <csignal>
-#include <cstring>
 #include <unistd.h>
-
-// A Disk Arbitration object that is the test's.
-template <class TRef>
-class TOwned
-{
-public:
-    explicit TOwned(TRef object) : fObject(object) {}
-    ~TOwned() { CFRelease(fObject); }
-    TOwned(const TOwned&) = delete;
-    TOwned& operator=(const TOwned&) = delete;
-    TRef Get() const { return fObject; }
-
-private:
-    const TRef fObject;
-};
 
 class DiskMonitor : public TMachineTest
 {
@@ -36,7 +19,7 @@ protected:
         tool = std::make_unique<TOpenedDaemonTool>();
         tool->fRegistry.reset(new TVolumeRegistry);
         tool->fRegistry->SetEnabled(true);
-        session = std::make_unique<TOwned<DASessionRef>>(DASessionCreate(kCFAllocatorDefault));
+        session = std::make_unique<TScoped<DASessionRef>>(DASessionCreate(kCFAllocatorDefault));
     }
 
     void TearDown() override
@@ -49,7 +32,7 @@ protected:
     // Hands a disk to one of the tool's callbacks.
     void Tell(void (*callback)(DADiskRef, void*), const char* bsdName)
     {
-        const TOwned<DADiskRef> disk(DADiskCreateFromBSDName(kCFAllocatorDefault, session->Get(), bsdName));
+        const TScoped<DADiskRef> disk(DADiskCreateFromBSDName(kCFAllocatorDefault, session->Get(), bsdName));
         callback(disk.Get(), tool.get());
     }
 
@@ -57,7 +40,7 @@ protected:
     void Disappear(const char* bsdName) { Tell(THXDaemonTool::DiskDisappearedCallback, bsdName); }
 
     std::unique_ptr<TOpenedDaemonTool> tool;
-    std::unique_ptr<TOwned<DASessionRef>> session;
+    std::unique_ptr<TScoped<DASessionRef>> session;
 };
 
 TEST_F(DiskMonitor, ADiskThatAppearsIsOfferedToTheRegistryWithItsMedium)
@@ -207,8 +190,8 @@ TEST_F(DiskClaim, AClaimedDiskIsGivenToWhoeverAsks)
     EXPECT_EQ(1u, ClaimsOf("disk3"));
     EXPECT_EQ(nullptr, THXDaemonTool::ClaimReleaseCallback(nullptr, nullptr));
 
-    const TOwned<DASessionRef> other(DASessionCreate(kCFAllocatorDefault));
-    const TOwned<DADiskRef> disk(DADiskCreateFromBSDName(kCFAllocatorDefault, other.Get(), "disk3"));
+    const TScoped<DASessionRef> other(DASessionCreate(kCFAllocatorDefault));
+    const TScoped<DADiskRef> disk(DADiskCreateFromBSDName(kCFAllocatorDefault, other.Get(), "disk3"));
     DASessionScheduleWithRunLoop(other.Get(), CFRunLoopGetCurrent(), kCFRunLoopDefaultMode);
     DAReturn status = 77;
     DADiskClaim(
@@ -266,16 +249,26 @@ TEST_F(DiskClaim, WithoutAFrontProcessNoDiskIsClaimed)
     PutInFront(0);
     EXPECT_EQ(0u, ClaimsOf("disk3"));
 
+    // Even when what the failed call leaves behind is the application.
     PutInFront(application);
+    ProcessSerialNumber number = {};
+    ASSERT_EQ(noErr, GetFrontProcess(&number));
     const TFault fault("GetFrontProcess", {procNotFound});
+    const TCallWatch watch("GetFrontProcess", [&number](const TCallWatch::TArguments& arguments) {
+        *reinterpret_cast<ProcessSerialNumber*>(arguments[0]) = number;
+    });
     EXPECT_EQ(0u, ClaimsOf("disk3"));
     EXPECT_EQ(1u, fault.Reached());
 }
 
 TEST_F(DiskClaim, WithoutTheFrontProcesssIDNoDiskIsClaimed)
 {
-    PutInFront(StartProcess("Halvorix"));
+    const pid_t application = StartProcess("Halvorix");
+    PutInFront(application);
     const TFault fault("GetProcessPID", {procNotFound});
+    const TCallWatch watch("GetProcessPID", [application](const TCallWatch::TArguments& arguments) {
+        *reinterpret_cast<pid_t*>(arguments[1]) = application;
+    });
     EXPECT_EQ(0u, ClaimsOf("disk3"));
     EXPECT_EQ(1u, fault.Reached());
 }
