@@ -39,13 +39,15 @@ UInt32 FormatBootHelperPartition(const char* bsdName, const char* volumeName, UI
 // returns     1, whatever came of it
 //
 // It stays erased and empty when it cannot be mounted, when it cannot be given to root (a file system that knows no
-// owners, ENOTSUP, is no hindrance), and when the system on the source is older than 10.5, which starts otherwise.
+// owners, ENOTSUP, is no hindrance), and when the system on the source is older than 10.5, which starts otherwise. Where
+// its mount path is not found once it is mounted, it stays empty and mounted.
 UInt32 RebuildBootHelperPartition(const char* bsdName, const char* sourcePath);
 
 // Rebuilds the boot helper partitions of all boot members of a RAID system volume, in the order in which the driver lists
 // them, and brings the cache of kernel extensions up to date.
 //
-// sourcePath  where the volume is mounted: "/", "/Volumes/Data", or its name, "Data"
+// sourcePath  where the volume is mounted: "/" or "/Volumes/Data". The volume is found by its name, too, but not its files,
+//             so that the partitions would be left erased and empty
 // returns     what UpdateAppleBootPartitionsMKextCacheForVolume returns; 0 when the volume is not found, publishes no list
 //             of members, or an element of the list leads to no partition: that one and those behind it are not touched,
 //             and neither is the cache

@@ -28,7 +28,7 @@ std::vector<std::string> RunsOf(const lab::TMachine& machine, const std::string&
 {
     std::vector<std::string> runs;
     for (const lab::TToolRun& run : machine.ToolRuns()) {
-        if (run.arguments[0] == tool)
+        if (fs::path(run.path).filename() == tool)
             runs.push_back(Joined(run.arguments));
     }
     return runs;

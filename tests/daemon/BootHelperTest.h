@@ -24,7 +24,7 @@ std::string Joined(const std::vector<std::string>& arguments);
 // The tools that were run, in their order, joined likewise.
 std::vector<std::string> ToolsRun(const lab::TMachine& machine);
 
-// Those of them whose name is this.
+// Those of them whose program has this name.
 std::vector<std::string> RunsOf(const lab::TMachine& machine, const std::string& tool);
 
 // A string of volume.plist; empty when there is none.
@@ -61,7 +61,7 @@ protected:
     {
         TMachineTest::SetUp();
         // Whoever waits for ever fails at once, and not when the whole run is given up.
-        alarm(200);
+        alarm(290);
         for (const char* const helper : {kFirstHelper, kSecondHelper}) {
             ASSERT_EQ("", machine.MountPath(helper));
             ASSERT_EQ("", machine.WriteText(std::string("volumes/") + helper + "/files/Old", "old"));
