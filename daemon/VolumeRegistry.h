@@ -73,7 +73,7 @@ public:
     // Sets the identity in the record of this BSD name, or adds one. Without memory for it, nothing is added.
     void SetVolumeIDForBSDName(const char* bsdName, const UInt8* volumeID);
 
-    // Removes the record of this BSD name, if there is one.
+    // Removes the record of this BSD name, if there is one; those behind it move up. Without memory for the rest, it stays.
     void RemoveRecordForBSDName(const char* bsdName);
 
     // Copies the identity in the record of this BSD name.

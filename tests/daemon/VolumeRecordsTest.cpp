@@ -162,3 +162,18 @@ TEST_F(VolumeRecords, WithoutMemoryNothingIsAdded)
     Set("disk3", "B");
     EXPECT_EQ("B", Of("disk3"));
 }
+
+TEST_F(VolumeRecords, WithoutMemoryForTheRestNothingIsRemoved)
+{
+    Set("disk2", "A");
+    Set("disk3", "B");
+    {
+        const TFault fault("operator new[] nothrow", {0, 0, 80});
+        registry.RemoveRecordForBSDName("disk2");
+        EXPECT_EQ(1u, fault.Reached());
+    }
+    EXPECT_EQ(2u, registry.Count());
+    EXPECT_EQ("A", Of("disk2"));
+    registry.RemoveRecordForBSDName("disk2");
+    EXPECT_EQ("none", Of("disk2"));
+}
