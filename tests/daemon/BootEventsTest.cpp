@@ -107,7 +107,7 @@ TEST_F(BootEvents, Type1RebuildsTheHelpersOfItsVolume)
 
     EXPECT_TRUE(IsFilled(kFirstHelper));
     EXPECT_TRUE(IsFilled(kSecondHelper));
-    EXPECT_EQ("kextcache -f -u /", ToolsRun(machine).back());
+    EXPECT_EQ("kextcache -f -u /", LastToolRun(machine));
     EXPECT_TRUE(BlessRuns().empty());
 }
 
@@ -206,7 +206,7 @@ TEST_F(BootEvents, AVolumeThatIsNotTheStartUpVolumeIsUpdatedFromWhereItIsMounted
     EXPECT_TRUE(IsUntouched(kFirstHelper));
     EXPECT_TRUE(IsFilled(kSecondHelper));
     EXPECT_EQ(VolumeText(machine, kBackup, "UUID"), RootUUIDOn(kSecondHelper));
-    EXPECT_EQ("kextcache -f -u /Volumes/Backup", ToolsRun(machine).back());
+    EXPECT_EQ("kextcache -f -u /Volumes/Backup", LastToolRun(machine));
 }
 
 // The start-up volume
@@ -216,7 +216,7 @@ TEST_F(BootEvents, From105OnTheFirstMembersHelperBecomesTheBootDevice)
     for (const char* const version : {"10.5", "10.5.8", "10.5d1", "80.0"}) {
         Run(version);
         SelectBootVolume(kTool, kRAIDVolume);
-        EXPECT_EQ("bless -device /dev/disk0s3 -setBoot", ToolsRun(machine).back()) << version;
+        EXPECT_EQ("bless -device /dev/disk0s3 -setBoot", LastToolRun(machine)) << version;
     }
     EXPECT_EQ(4u, machine.ToolRuns().size());
 }
@@ -226,7 +226,7 @@ TEST_F(BootEvents, BeforeTheSystem105TheVolumesFolderIsBlessed)
     for (const char* const version : {"10.4.9", "10.4.15", "10.3.9"}) {
         Run(version);
         SelectBootVolume(kTool, kBackup);
-        EXPECT_EQ("bless -folder /Volumes/Backup/System/Library/CoreServices -setBoot", ToolsRun(machine).back())
+        EXPECT_EQ("bless -folder /Volumes/Backup/System/Library/CoreServices -setBoot", LastToolRun(machine))
             << version;
     }
     EXPECT_EQ(3u, machine.ToolRuns().size());
@@ -237,14 +237,14 @@ TEST_F(BootEvents, TheVersionThatMattersIsTheRunningSystemsAndNotTheVolumes)
     ASSERT_EQ("", machine.SetProperty(kBackup, "IOBootDevice", MemberList({machine.EntryPath("disk1s2")})));
     InstallSystem("/Volumes/Backup", "10.4.9");
     SelectBootVolume(kTool, kBackup);
-    EXPECT_EQ("bless -device /dev/disk1s3 -setBoot", ToolsRun(machine).back());
+    EXPECT_EQ("bless -device /dev/disk1s3 -setBoot", LastToolRun(machine));
     UpdateBootFilesForVolume(kTool, kBackup);
     EXPECT_TRUE(IsErasedAndEmpty(kSecondHelper));
 
     Run("10.4.9");
     InstallSystem("/Volumes/Backup", "10.5.8");
     SelectBootVolume(kTool, kBackup);
-    EXPECT_EQ("bless -folder /Volumes/Backup/System/Library/CoreServices -setBoot", ToolsRun(machine).back());
+    EXPECT_EQ("bless -folder /Volumes/Backup/System/Library/CoreServices -setBoot", LastToolRun(machine));
     UpdateBootFilesForVolume(kTool, kBackup);
     EXPECT_EQ(1u, RunsOf(machine, "newfs_hfs").size());
 }

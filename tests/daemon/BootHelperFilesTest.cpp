@@ -290,6 +290,15 @@ TEST_F(BootHelperFiles, APathThatDoesNotFitIn1024BytesIsAFailureAndNotCut)
     EXPECT_EQ(1u, PopulateBootHelperPartition(kSource, LongPath(kHelper, room).c_str()));
 }
 
+// Without the slash at its end the folder's path would fit, and name the same folder.
+TEST_F(BootHelperFiles, AFolderWhosePathHasNoRoomForItsSlashIsNotMade)
+{
+    const std::size_t room = 1023 - std::string("com.apple.boot.S/Library/Preferences/SystemConfiguration/").size();
+    EXPECT_EQ(0u, PopulateBootHelperPartition(kSource, LongPath(kHelper, room + 1).c_str()));
+
+    EXPECT_EQ(FilesAfter(9), FilesBelow(kHelper));
+}
+
 TEST_F(BootHelperFiles, AFolderWhosePathHasNoRoomIsNotMade)
 {
     EXPECT_EQ(0u, PopulateBootHelperPartition(kSource, LongPath(kHelper, 1023).c_str()));

@@ -31,7 +31,7 @@ protected:
         const std::vector<lab::TToolRun> runs = machine.ToolRuns();
         EXPECT_EQ(before + 1, runs.size());
         if (runs.size() != before + 1)
-            return {};
+            return {"nothing"};
         std::vector<std::string> run = {runs[before].path};
         run.insert(run.end(), runs[before].arguments.begin(), runs[before].arguments.end());
         return run;

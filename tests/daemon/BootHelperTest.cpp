@@ -24,6 +24,12 @@ std::vector<std::string> ToolsRun(const lab::TMachine& machine)
     return runs;
 }
 
+std::string LastToolRun(const lab::TMachine& machine)
+{
+    const std::vector<std::string> runs = ToolsRun(machine);
+    return runs.empty() ? "" : runs.back();
+}
+
 std::vector<std::string> RunsOf(const lab::TMachine& machine, const std::string& tool)
 {
     std::vector<std::string> runs;

@@ -24,6 +24,9 @@ std::string Joined(const std::vector<std::string>& arguments);
 // The tools that were run, in their order, joined likewise.
 std::vector<std::string> ToolsRun(const lab::TMachine& machine);
 
+// The last of them; empty when there was none.
+std::string LastToolRun(const lab::TMachine& machine);
+
 // Those of them whose program has this name.
 std::vector<std::string> RunsOf(const lab::TMachine& machine, const std::string& tool);
 

@@ -73,7 +73,7 @@ TEST_F(BootHelperUpdate, AllAreRebuiltInTheListsOrderAndThenTheCache)
 
     EXPECT_EQ((std::vector<std::string>{kEraseFirst, kEraseSecond}), Erased());
     EXPECT_EQ((std::vector<std::string>{kUpdateCache}), CacheRuns());
-    EXPECT_EQ(kUpdateCache, ToolsRun(machine).back());
+    EXPECT_EQ(kUpdateCache, LastToolRun(machine));
     for (const char* const helper : {kFirstHelper, kSecondHelper}) {
         EXPECT_TRUE(IsFilled(helper)) << helper;
         EXPECT_EQ(VolumeText(machine, kRAIDVolume, "UUID"), RootUUIDOn(helper));
@@ -183,6 +183,18 @@ TEST_F(BootHelperUpdate, OnASystemBefore105AllStayErasedAndEmptyAndTheCacheAlone
     EXPECT_TRUE(IsErasedAndEmpty(kFirstHelper));
     EXPECT_TRUE(IsErasedAndEmpty(kSecondHelper));
     EXPECT_EQ(0u, CacheRuns().size());
+}
+
+// The name is no path of its files, unless the current folder is the one with the volumes.
+TEST_F(BootHelperUpdate, AVolumeGivenByItsNameAloneLeavesThemErasedAndEmpty)
+{
+    InstallBootableSystem(machine, "/Volumes/Backup", "10.5.8");
+    ASSERT_EQ("", machine.SetProperty(kBackup, "IOBootDevice", MemberList({first})));
+
+    EXPECT_EQ(1u, UpdateBootHelperPartitions("Backup"));
+    EXPECT_TRUE(IsErasedAndEmpty(kFirstHelper));
+    EXPECT_TRUE(IsUntouched(kSecondHelper));
+    EXPECT_TRUE(CacheRuns().empty());
 }
 
 // Two threads at once

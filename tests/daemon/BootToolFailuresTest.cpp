@@ -10,7 +10,7 @@ protected:
         TRunningBootDaemonTest::SetUp();
         ASSERT_NO_FATAL_FAILURE(StartDaemon(2));
         // The disks that are there are looked at by the main thread; a round of events later that is over.
-        ASSERT_TRUE(WaitUntil([this] { return RunsOf(machine, "hfs.util").size() >= 3; }));
+        ASSERT_TRUE(WaitUntil([this] { return RunsOf(machine, "hfs.util").size() >= 1; }));
         ASSERT_NO_FATAL_FAILURE(HandleBootEvents());
         descriptors = DescriptorsOf(daemon->Process());
     }
@@ -46,7 +46,7 @@ protected:
         ASSERT_NO_FATAL_FAILURE(HandleBootEvents());
         EXPECT_TRUE(IsFilled(kFirstHelper));
         EXPECT_TRUE(IsFilled(kSecondHelper));
-        EXPECT_TRUE(WaitUntil([this] { return DescriptorsOf(daemon->Process()) == descriptors; }));
+        EXPECT_TRUE(WaitUntil([this] { return DescriptorsOf(daemon->Process()) <= descriptors; }));
     }
 
     int descriptors = 0;

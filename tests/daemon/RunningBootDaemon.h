@@ -16,7 +16,7 @@ protected:
     {
         if (daemon != nullptr) {
             EXPECT_TRUE(daemon->IsRunning()) << daemon->Errors();
-            EXPECT_EQ(0, ChildrenOf(daemon->Process()));
+            EXPECT_TRUE(WaitUntil([this] { return ChildrenOf(daemon->Process()) == 0; }));
             listener->Leave();
             daemon->Signal(SIGTERM);
             EXPECT_EQ("exited 0", daemon->WaitForEnd()) << daemon->Errors();
