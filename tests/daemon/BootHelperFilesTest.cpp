@@ -211,6 +211,35 @@ TEST_F(BootHelperFiles, TheFirstFileThatCannotBeCopiedIsTheEnd)
     }
 }
 
+TEST_F(BootHelperFiles, ACpThatFailsIsTheEnd)
+{
+    ASSERT_EQ("", machine.SetToolBehaviour("cp", "exit 1\n"));
+    EXPECT_EQ(0u, Populate());
+
+    EXPECT_EQ(FilesAfter(3), FilesBelow(kHelper));
+    EXPECT_EQ(1u, Copies().size());
+}
+
+// So the end comes only where the preferences that should have been copied are to be changed.
+TEST_F(BootHelperFiles, ACpThatASignalKillsOrThatIsMissingPassesForDone)
+{
+    ASSERT_EQ("", machine.SetToolBehaviour("cp", "signal 9\n"));
+    EXPECT_EQ(0u, Populate());
+    std::set<std::string> folders = FilesAfter(10);
+    for (const TStep& step : kSteps) {
+        if (IsCopy(step))
+            folders.erase(step.makes);
+    }
+    EXPECT_EQ(folders, FilesBelow(kHelper));
+    EXPECT_EQ(4u, Copies().size());
+    fs::remove_all(kHelper);
+    fs::create_directory(kHelper);
+
+    ASSERT_EQ("", machine.SetToolMissing("cp", true));
+    EXPECT_EQ(0u, Populate());
+    EXPECT_EQ(folders, FilesBelow(kHelper));
+}
+
 TEST_F(BootHelperFiles, AVolumeWithoutAUUIDIsTheEndOnceThePreferencesAreCopied)
 {
     ASSERT_EQ("", machine.RemoveVolumeProperty(kBackup, "UUID"));
