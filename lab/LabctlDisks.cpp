@@ -15,19 +15,25 @@ namespace labctl {
 
 // Disks
 
-// Gives a new volume the identity of another one's, as it has on a disk that was copied block by block.
-static std::string CopyIdentity(TMachine& machine, const std::string& from, const std::string& to)
+// Gives a new volume the identity of another one, as it has on a disk that was copied block by block.
+static std::string SetIdentity(TMachine& machine, const std::string& bsdName, const TValue& original)
 {
-    const TValue original = machine.Volume(from);
+    std::string error;
     for (const char* const key : {"Identifier", "UUID"}) {
-        const std::string value = lab::TextOf(original, key);
-        if (value.empty())
-            return "there is no volume with an identity on " + from;
-        const std::string error = machine.SetVolumeProperty(to, key, TValue::String(value));
-        if (!error.empty())
-            return error;
+        if (error.empty())
+            error = machine.SetVolumeProperty(bsdName, key, TValue::String(lab::TextOf(original, key)));
     }
-    return "";
+    return error;
+}
+
+// Makes the volume of a disk that comes, as the options say.
+static std::string MakeVolume(TMachine& machine, const std::string& bsdName, const TOptions& options)
+{
+    const TValue original = machine.Volume(options.Text("identity-of"));
+    if (options.Has("identity-of") && lab::TextOf(original, "Identifier").empty())
+        return "there is no volume with an identity on " + options.Text("identity-of");
+    const std::string error = machine.AddVolume(bsdName, options.Text("volume"), options.Text("kind", "hfs"));
+    return error.empty() && options.Has("identity-of") ? SetIdentity(machine, bsdName, original) : error;
 }
 
 static int Attach(TMachine& machine, TWords words)
@@ -46,9 +52,7 @@ static int Attach(TMachine& machine, TWords words)
     lab::TRegistry registry(machine.Folder());
     const bool comes = !registry.FindMedium(bsdName).entry && (below.empty() || registry.FindMedium(below).entry);
     if (options.Has("volume") && comes)
-        error = machine.AddVolume(bsdName, options.Text("volume"), options.Text("kind", "hfs"));
-    if (error.empty() && options.Has("identity-of") && comes)
-        error = CopyIdentity(machine, options.Text("identity-of"), bsdName);
+        error = MakeVolume(machine, bsdName, options);
     if (error.empty())
         error = machine.AddMedium(bsdName, below, size, below.empty());
     // As a Mac does with a disk that comes.

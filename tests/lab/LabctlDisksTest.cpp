@@ -83,6 +83,7 @@ TEST_F(LabctlDisk, AVolumeCanHaveAnothersIdentity)
 
     ExpectRefusal({"disk", "attach", "disk9", "--volume", "Copy", "--identity-of", "disk8"},
                   "there is no volume with an identity on disk8");
+    EXPECT_TRUE(machine.Volume("disk9").entries.empty());
 }
 
 TEST_F(LabctlDisk, ADiskThatCannotComeLeavesVolumesAlone)
