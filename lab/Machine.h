@@ -123,13 +123,13 @@ public:
     // the root). An entry that stands in the device tree, too, has the same properties there.
     std::string AddEntry(const std::string& below, const std::string& className, const std::string& name,
                          const plist::TValue& properties = plist::TValue::Dictionary());
-    std::string SetProperty(const std::string& entry, const std::string& key, plist::TValue value);
+    std::string SetProperty(const std::string& entry, const std::string& key, const plist::TValue& value);
     std::string RemoveProperty(const std::string& entry, const std::string& key);   // fails when it has none
     // "IOService:/..." as IORegistryEntryFromPath takes it: the root and the computer's own entry below it have no part in
     // it. Empty when no entry has the name or it does not stand below the computer's own.
     std::string EntryPath(const std::string& entry) const;
     // The device tree, by path: "/", "/options", "/pci@f4000000/ata-6@D".
-    std::string SetDeviceTreeProperty(const std::string& path, const std::string& key, plist::TValue value);
+    std::string SetDeviceTreeProperty(const std::string& path, const std::string& key, const plist::TValue& value);
     std::string RemoveDeviceTreeProperty(const std::string& path, const std::string& key);
     // A property of "/options" as text: a truth is "true" or "false", a number decimal. Empty when there is none.
     std::string FirmwareVariable(const std::string& name) const;
@@ -139,7 +139,7 @@ public:
     // identifier and a UUID of its own, on UFS a UUID. What was there before is erased. Needs no medium and mounts nothing.
     std::string AddVolume(const std::string& bsdName, const std::string& name, const std::string& kind = "hfs");
     plist::TValue Volume(const std::string& bsdName) const;   // volume.plist; an empty dictionary when there is none
-    std::string SetVolumeProperty(const std::string& bsdName, const std::string& key, plist::TValue value);
+    std::string SetVolumeProperty(const std::string& bsdName, const std::string& key, const plist::TValue& value);
     std::string RemoveVolumeProperty(const std::string& bsdName, const std::string& key);   // fails when it has none
     std::string VolumeFiles(const std::string& bsdName) const;                              // the folder with its files
     std::vector<TMount> Mounts() const;                        // by number, the start-up volume first

@@ -57,7 +57,7 @@ static std::string ChangeNamed(const std::string& folder, const std::string& nam
         folder, [&](TRegistry& registry) { return registry.FindNamed(name).entry; }, NoSuchEntry(name), key, value);
 }
 
-std::string TMachine::SetProperty(const std::string& entry, const std::string& key, TValue value)
+std::string TMachine::SetProperty(const std::string& entry, const std::string& key, const TValue& value)
 {
     return ChangeNamed(fFolder, entry, key, &value);
 }
@@ -75,7 +75,7 @@ static std::string ChangeAtPath(const std::string& folder, const std::string& pa
         "the device tree has no entry " + path, key, value);
 }
 
-std::string TMachine::SetDeviceTreeProperty(const std::string& path, const std::string& key, TValue value)
+std::string TMachine::SetDeviceTreeProperty(const std::string& path, const std::string& key, const TValue& value)
 {
     return ChangeAtPath(fFolder, path, key, &value);
 }

@@ -97,7 +97,7 @@ static std::string Change(const TMachine& machine, const std::string& bsdName, c
     return machine.WriteText(VolumeFile(bsdName), plist::Write(volume));
 }
 
-std::string TMachine::SetVolumeProperty(const std::string& bsdName, const std::string& key, TValue value)
+std::string TMachine::SetVolumeProperty(const std::string& bsdName, const std::string& key, const TValue& value)
 {
     return Change(*this, bsdName, key, &value);
 }
