@@ -28,8 +28,6 @@ set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
 # Everything that is linked into one test program must be built alike.
 set(HALVORIX_SANITIZE "" CACHE STRING "sanitizers for everything, as in -fsanitize=")
 if(HALVORIX_SANITIZE)
-    # With a sanitizer, GCC 12 takes the standard library's regular expressions for uninitialised (its bug 105562).
-    add_compile_options(-fsanitize=${HALVORIX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
-        -Wno-maybe-uninitialized)
+    add_compile_options(-fsanitize=${HALVORIX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${HALVORIX_SANITIZE})
 endif()

@@ -68,6 +68,17 @@ static int EntriesIn(const std::string& folder)
     return entries;
 }
 
+bool WaitForDisks(const lab::TMachine& machine, pid_t daemon)
+{
+    const auto isOfTheVolume = [](const lab::TToolRun& run) {
+        return run.arguments.size() == 3 && run.arguments[1] == "-k" && run.arguments[2] == "disk2s3";
+    };
+    return WaitUntil([&] {
+        const std::vector<lab::TToolRun> runs = machine.ToolRuns();
+        return std::any_of(runs.begin(), runs.end(), isOfTheVolume) && ChildrenOf(daemon) == 0;
+    });
+}
+
 int DescriptorsOf(pid_t process)
 {
     return EntriesIn("/proc/" + std::to_string(process) + "/fd");

@@ -23,6 +23,10 @@ void StartLoginSession(const lab::TMachine& machine);
 // Polls until the daemon accepts connections.
 bool WaitForEventSocket();
 
+// Polls until the daemon has started and looked at every disk of the machine leopard: its RAID volume is the last that it
+// asks hfs.util about.
+bool WaitForDisks(const lab::TMachine& machine, pid_t daemon);
+
 // How many descriptors and threads a process has, by /proc; -1 when it is gone.
 int DescriptorsOf(pid_t process);
 int ThreadsOf(pid_t process);
