@@ -37,7 +37,7 @@ protected:
 
     void StartDaemon()
     {
-        daemon = std::make_unique<TRunningProgram>(DaemonCommand());
+        daemon = std::make_unique<TRunningProgram>(DaemonCommand(), QuietChildren());
         ASSERT_TRUE(WaitForEventSocket());
     }
 

@@ -186,6 +186,7 @@ TEST_F(StartUpBeforeLogin, AfterStartUpThereAreThreeThreadsAndNoChild)
     TRunningProgram daemon(DaemonCommand());
     StartLoginSession(machine);
     ASSERT_TRUE(WaitUntil([this] { return TimesOfCall(machine, "method 21").size() >= 2; }));
+    ASSERT_TRUE(WaitForDisks(machine, daemon.Process()));
     // A sanitizer or an emulator keeps threads of its own, here as in the daemon.
     std::promise<void> seen;
     std::thread here([&seen] { seen.get_future().wait(); });

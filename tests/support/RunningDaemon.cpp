@@ -16,6 +16,11 @@ std::vector<std::string> DaemonCommand(const std::vector<std::string>& arguments
     return lab::CommandFor("/usr/local/sbin/halvorixd", arguments);
 }
 
+std::vector<std::string> QuietChildren()
+{
+    return {"ASAN_OPTIONS=leak_check_at_exit=0"};
+}
+
 std::vector<std::string> FaultyDaemonCommand()
 {
     return lab::CommandFor("/product/faulty/halvorixd", {});

@@ -14,6 +14,10 @@ constexpr const char* kEventSocket = "/tmp/com.halvorix.halvorixd/driverevents";
 // The command for the daemon as users have it.
 std::vector<std::string> DaemonCommand(const std::vector<std::string>& arguments = {});
 
+// An environment for a daemon whose children may find a tool missing: those leave by exit, at which AddressSanitizer would
+// look for leaks, in a process that has lost all threads but one.
+std::vector<std::string> QuietChildren();
+
 // The command for the daemon with the table of faults linked in.
 std::vector<std::string> FaultyDaemonCommand();
 
