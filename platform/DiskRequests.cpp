@@ -88,12 +88,13 @@ static bool HandOver(const std::string& request, std::string* reply)
 
 static DAReturn StatusOfReply(const std::string& text)
 {
-    static const std::string kRefused = "refused ";
+    static const char kRefused[] = "refused ";
+    constexpr std::size_t kLength = sizeof kRefused - 1;
     if (text.compare(0, 2, "ok") == 0)
         return kDAReturnSuccess;
-    if (text.compare(0, kRefused.size(), kRefused) != 0)
+    if (text.compare(0, kLength, kRefused) != 0)
         return kDAReturnError;
-    return StatusNamed(text.substr(kRefused.size(), text.find('\n') - kRefused.size()));
+    return StatusNamed(text.substr(kLength, text.find('\n') - kLength));
 }
 
 TDiskRequests::TDiskRequests(DASessionRef session) : fSession(session) {}

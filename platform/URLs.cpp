@@ -5,6 +5,7 @@
 #include "platform/Text.h"
 
 #include <climits>
+#include <cstring>
 #include <functional>
 #include <unistd.h>
 #include <vector>
@@ -14,7 +15,8 @@ using namespace platform;
 // The URL's text: what is neither a letter, a digit nor one of a few marks stands as % and two digits for each byte.
 static std::u16string Escaped(const std::u16string& path)
 {
-    static const std::string kPlain = "-_.!~*'()/:@&=+$,";
+    // A literal: a string would be destroyed at exit, while other threads run.
+    static const char kPlain[] = "-_.!~*'()/:@&=+$,";
     std::string bytes;
     Encode(path, kCFStringEncodingUTF8, &bytes);
     std::u16string escaped;
@@ -22,7 +24,7 @@ static std::u16string Escaped(const std::u16string& path)
         const auto byte = static_cast<unsigned char>(c);
         const bool letter = (byte | 0x20) >= 'a' && (byte | 0x20) <= 'z';
         const bool digit = byte >= '0' && byte <= '9';
-        if (letter || digit || (byte != 0 && kPlain.find(c) != std::string::npos)) {
+        if (letter || digit || (byte != 0 && std::strchr(kPlain, c) != nullptr)) {
             escaped += static_cast<char16_t>(byte);
             continue;
         }
