@@ -237,7 +237,7 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
         at += converted;
     }
     if (buffer != nullptr)
-        memcpy(buffer, bytes.data(), bytes.size());
+        std::copy(bytes.begin(), bytes.end(), buffer);
     if (used != nullptr)
         *used = static_cast<CFIndex>(bytes.size());
     return static_cast<CFIndex>(at);

@@ -2,6 +2,7 @@
 
 #include "services/ScopedDescriptor.h"
 #include "services/WholeFiles.h"   // ReadWholeFile
+#include <algorithm>
 
 #include <cstddef>
 #include <cstring>
@@ -55,7 +56,6 @@ UInt32 MergeFiles(const char* firstPath, const char* middleText, const char* sec
     char* const middle = bytes.get() + firstSize;
     if (!ReadInput(firstPath, bytes.get(), firstSize) || !ReadInput(secondPath, middle + middleSize, secondSize))
         return 0;
-    if (middleSize != 0)
-        memcpy(middle, middleText, middleSize);
+    std::copy_n(middleText, middleSize, middle);
     return WriteOutput(outputPath, mode, bytes.get(), size);
 }
