@@ -1,7 +1,7 @@
 #include "daemon/BootHelperFiles.h"
 
-#include "foundation/BoundedText.h"   // AppendText
-#include "foundation/CFTypes.h"       // CFTypeAs
+#include "foundation/CFTypes.h"    // CFTypeAs
+#include "foundation/CStrings.h"   // AppendText
 #include "foundation/ScopedCFType.h"
 #include "services/ExternalTools.h"       // CopyDirectoryOrFile
 #include "services/PropertyListFiles.h"   // CreateCFDictionaryWithContentsOfFile, SetContentsOfFileToCFDictionary

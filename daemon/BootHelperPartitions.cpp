@@ -2,7 +2,7 @@
 
 #include "daemon/BootHelperFiles.h"      // PopulateBootHelperPartition
 #include "daemon/SystemVersionProbe.h"   // SystemIsNewerThan
-#include "foundation/BoundedText.h"      // AppendText
+#include "foundation/CStrings.h"         // AppendText
 #include "foundation/ScopedCFType.h"
 #include "services/BootMembers.h"
 #include "services/ChildProcess.h"

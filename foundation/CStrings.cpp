@@ -1,7 +1,6 @@
 #include "foundation/CStrings.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
 
 // A part of a text.
@@ -47,4 +46,14 @@ void StoreCString(char* destination, const char* source, UInt32 capacity)
     UInt32 used = 0;
     CatStrings(destination, source, capacity, &used, false);
     destination[used] = 0;
+}
+
+bool AppendText(char* destination, const char* source, std::size_t size)
+{
+    const std::size_t used = strlen(destination);
+    const std::size_t length = strlen(source);
+    const std::size_t copied = std::min(length, size - used - 1);
+    memcpy(destination + used, source, copied);
+    destination[used + copied] = 0;
+    return copied == length;
 }

@@ -5,6 +5,8 @@
 
 #include <CoreServices/CoreServices.h>
 
+#include <cstddef>
+
 extern "C" {
 
 // Takes the blanks off both ends of a text, in place: a NUL is written behind the last byte that is no blank.
@@ -29,6 +31,14 @@ void CatStrings(char* destination, const char* source, UInt32 capacity, UInt32* 
 // source       the C string, not within destination
 // capacity     bytes of destination, the NUL included
 void StoreCString(char* destination, const char* source, UInt32 capacity);
+
+// Appends as much of a text as fits to the text that a buffer holds, always with a NUL behind it.
+//
+// destination  a C string in the buffer
+// source       the C string that is appended, not within destination
+// size         bytes of the buffer, the NUL included
+// returns      whether all of it fitted
+bool AppendText(char* destination, const char* source, std::size_t size);
 }
 
 #endif

@@ -1,8 +1,7 @@
 #include "services/BootDevice.h"
 
-#include "foundation/BoundedText.h"   // AppendText
-#include "foundation/CFTypes.h"       // CFTypeAs, CreatePropertyListFromBytes, ExtractASCII
-#include "foundation/CStrings.h"      // StoreCString
+#include "foundation/CFTypes.h"    // CFTypeAs, CreatePropertyListFromBytes, ExtractASCII
+#include "foundation/CStrings.h"   // AppendText, StoreCString
 #include "foundation/ScopedCFType.h"
 #include "services/BootMembers.h"
 #include "services/ChildProcess.h"

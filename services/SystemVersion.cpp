@@ -1,7 +1,7 @@
 #include "services/SystemVersion.h"
 
-#include "foundation/BoundedText.h"   // AppendText
 #include "foundation/CFTypes.h"       // CFTypeAs
+#include "foundation/CStrings.h"      // AppendText
 #include "foundation/NumVersions.h"   // ConvertStringToNumVersion, ReturnNumVersionOfNumber
 #include "foundation/ScopedCFType.h"
 #include "services/PropertyListFiles.h"   // CreatePropertyListFromXMLData

@@ -1,8 +1,7 @@
 #include "services/VolumePaths.h"
 
-#include "foundation/BoundedText.h"   // AppendText
-#include "foundation/CFTypes.h"       // CFTypeAs
-#include "foundation/CStrings.h"      // StoreCString
+#include "foundation/CFTypes.h"    // CFTypeAs
+#include "foundation/CStrings.h"   // AppendText, StoreCString
 #include "foundation/ScopedCFType.h"
 #include "services/IORegistry.h"   // NumberBytesOnDisk
 
