@@ -142,6 +142,15 @@ const std::string& TListener::Receive()
     return fReceived;
 }
 
+std::string TListener::Take(std::size_t limit)
+{
+    std::string bytes(limit, '\0');
+    const ssize_t got = fSocket != -1 && !fAtEnd ? recv(fSocket, bytes.data(), limit, MSG_DONTWAIT) : -1;
+    fAtEnd = fAtEnd || (got == 0 && limit != 0);
+    bytes.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    return bytes;
+}
+
 bool TListener::WaitForBytes(std::size_t bytes)
 {
     return WaitUntil([this, bytes] { return Receive().size() >= bytes; }, 60);

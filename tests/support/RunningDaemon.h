@@ -52,6 +52,9 @@ public:
     // Takes what has come so far, without waiting. Returns everything received since the beginning.
     const std::string& Receive();
 
+    // Takes at most so many bytes of what has come and was not taken yet, without waiting. Receive does not return them.
+    std::string Take(std::size_t limit);
+
     // Waits until so many bytes have come; returns whether they did.
     bool WaitForBytes(std::size_t bytes);
 
