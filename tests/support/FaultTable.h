@@ -3,7 +3,7 @@
 // A function is listed by three things, of which the linker is told by the last: CMake looks for its name with "__wrap_"
 // before it and an opening parenthesis behind it on one line of these files.
 //
-//     static TListed kClose("close");
+//     static TListed kClose("close", FailsThoughDone(-1, EIO));
 //     int __real_close(int);
 //     int __wrap_close(int descriptor)
 //     {
@@ -16,8 +16,10 @@
 #include "tests/support/Faults.h"
 
 #include <atomic>
+#include <cerrno>
 #include <functional>
 #include <type_traits>
+#include <vector>
 
 // What is ordered of one function. Read on every call, so its switches are atomics; the rest changes only while they are off.
 struct TOrders
@@ -35,11 +37,47 @@ struct TOrders
     std::atomic<unsigned> calls{0};
 };
 
+// What a function does where it fails by itself, as a sweep lets it fail (FaultSweep.h).
+enum EFailureKind
+{
+    kCannotFail,        // has no failure that a caller could see, or ends the process itself
+    kFailsWithout,      // does nothing and returns a failure
+    kFailsThough,       // does its work and returns a failure all the same
+    kFailsInItsOwnWay   // neither: what stands in front of it asks SweepFails
+};
+
+struct TNaturalFailure
+{
+    EFailureKind kind;
+    long result;
+    int error;   // errno, when not 0
+};
+
+constexpr TNaturalFailure kNeverFails = {kCannotFail, 0, 0};
+constexpr TNaturalFailure kFailsInItsWay = {kFailsInItsOwnWay, 0, 0};
+
+constexpr TNaturalFailure Fails(long result, int error = 0)
+{
+    return {kFailsWithout, result, error};
+}
+
+constexpr TNaturalFailure FailsThoughDone(long result, int error = 0)
+{
+    return {kFailsThough, result, error};
+}
+
 // The orders of a function that registers itself under its name.
 struct TListed : TOrders
 {
-    explicit TListed(const char* name);
+    TListed(const char* name, TNaturalFailure failure);
+
+    const char* const name;
+    const TNaturalFailure natural;
+    const unsigned number;   // counted from 0
 };
+
+// Every function of the table, each where its number says.
+std::vector<const TListed*> ListedFunctions();
 
 // How deep this thread is inside functions of the table: what they call themselves is not the product's call.
 inline thread_local int gInside = 0;
@@ -57,6 +95,16 @@ struct TOutside
     ~TOutside() { gInside = depth; }
     const int depth;
 };
+
+// Whether this thread's calls are those that a sweep counts.
+inline thread_local bool gSwept = false;
+
+// Counts a call of the product in a sweep; returns whether it is the one that fails.
+bool SweepFails(const TListed& function);
+
+// The product got a block of memory, or gave one back. What a sweep does not count is passed over.
+void NoteAllocated(const void* block);
+void NoteFreed(const void* block);
 
 template <class TFirst>
 long AsInteger(TFirst value)
@@ -79,18 +127,34 @@ TResult AsResult(long value)
 // Tells whoever watches, and decides whether this call is one of those that fail; errno is set then.
 bool MustFail(TOrders& orders, const TCallWatch::TArguments& arguments);
 
+// Makes the call that a sweep has fail.
+template <class TResult, class... TArguments>
+TResult FailNaturally(const TNaturalFailure& failure, TResult (*real)(TArguments...), TArguments... arguments)
+{
+    const TInside inside;
+    if (failure.kind == kFailsThough)
+        real(arguments...);
+    if (failure.error != 0)
+        errno = failure.error;
+    if constexpr (!std::is_void_v<TResult>)
+        return AsResult<TResult>(failure.result);
+}
+
 // Makes the call, or lets it fail as ordered.
 template <class TResult, class... TArguments, class... TGiven>
-TResult Call(TOrders& orders, TResult (*real)(TArguments...), TGiven... arguments)
+TResult Call(TListed& function, TResult (*real)(TArguments...), TGiven... arguments)
 {
-    const bool ordered = gInside == 0 && (orders.watched || orders.faultArmed);
+    const EFailureKind kind = function.natural.kind;
+    if ((kind == kFailsWithout || kind == kFailsThough) && SweepFails(function))
+        return FailNaturally<TResult, TArguments...>(function.natural, real, arguments...);
+    const bool ordered = gInside == 0 && (function.watched || function.faultArmed);
     // From here on, so that what is needed to tell of a call is no call itself.
     const TInside inside;
-    if (ordered && MustFail(orders, {AsInteger(arguments)...})) {
+    if (ordered && MustFail(function, {AsInteger(arguments)...})) {
         if constexpr (std::is_void_v<TResult>)
             return;
         else
-            return AsResult<TResult>(orders.failure.result);
+            return AsResult<TResult>(function.failure.result);
     }
     return real(arguments...);
 }

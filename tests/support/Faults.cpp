@@ -9,17 +9,27 @@
 #include <mutex>
 #include <string>
 #include <utility>
+#include <vector>
 
 // Never destroyed: threads may call until the process ends.
-static std::map<std::string, TOrders*>& Table()
+static std::map<std::string, TListed*>& Table()
 {
-    static auto* const table = new std::map<std::string, TOrders*>;
+    static auto* const table = new std::map<std::string, TListed*>;
     return *table;
 }
 
-TListed::TListed(const char* name)
+TListed::TListed(const char* itsName, TNaturalFailure itsFailure)
+    : name(itsName), natural(itsFailure), number(static_cast<unsigned>(Table().size()))
 {
     Table()[name] = this;
+}
+
+std::vector<const TListed*> ListedFunctions()
+{
+    std::vector<const TListed*> all(Table().size());
+    for (const auto& entry : Table())
+        all[entry.second->number] = entry.second;
+    return all;
 }
 
 static TOrders* OrdersFor(const char* function)

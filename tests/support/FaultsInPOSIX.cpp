@@ -24,42 +24,42 @@ static std::function<void(const char*, struct stat*)>* gStatEdit = nullptr;
 
 extern "C" {
 
-static TListed kAccept("accept");
+static TListed kAccept("accept", Fails(-1, EMFILE));
 int __real_accept(int, struct sockaddr*, socklen_t*);
 int __wrap_accept(int socket, struct sockaddr* address, socklen_t* length)
 {
     return Call(kAccept, __real_accept, socket, address, length);
 }
 
-static TListed kBind("bind");
+static TListed kBind("bind", Fails(-1, EADDRINUSE));
 int __real_bind(int, const struct sockaddr*, socklen_t);
 int __wrap_bind(int socket, const struct sockaddr* address, socklen_t length)
 {
     return Call(kBind, __real_bind, socket, address, length);
 }
 
-static TListed kChown("chown");
+static TListed kChown("chown", Fails(-1, EPERM));
 int __real_chown(const char*, uid_t, gid_t);
 int __wrap_chown(const char* path, uid_t user, gid_t group)
 {
     return Call(kChown, __real_chown, path, user, group);
 }
 
-static TListed kClose("close");
+static TListed kClose("close", FailsThoughDone(-1, EIO));
 int __real_close(int);
 int __wrap_close(int descriptor)
 {
     return Call(kClose, __real_close, descriptor);
 }
 
-static TListed kDup2("dup2");
+static TListed kDup2("dup2", Fails(-1, EMFILE));
 int __real_dup2(int, int);
 int __wrap_dup2(int from, int to)
 {
     return Call(kDup2, __real_dup2, from, to);
 }
 
-static TListed kExecv("execv");
+static TListed kExecv("execv", Fails(-1, ENOENT));
 int __real_execv(const char*, char* const*);
 int __wrap_execv(const char* path, char* const* arguments)
 {
@@ -79,49 +79,62 @@ int __wrap_execl(const char* path, const char* first, ...)
     return Call(kExecv, __real_execv, path, static_cast<char* const*>(arguments.data()));
 }
 
-static TListed kFork("fork");
+static TListed kFcntl("fcntl", Fails(-1, EINVAL));
+int __real_fcntl(int, int, ...);
+int __wrap_fcntl(int descriptor, int command, ...)
+{
+    va_list rest;
+    va_start(rest, command);
+    const long argument = va_arg(rest, long);
+    va_end(rest);
+    return Call(
+        kFcntl, +[](int which, int what, long with) { return __real_fcntl(which, what, with); }, descriptor, command,
+        argument);
+}
+
+static TListed kFork("fork", Fails(-1, EAGAIN));
 pid_t __real_fork(void);
 pid_t __wrap_fork(void)
 {
     return Call(kFork, __real_fork);
 }
 
-static TListed kGetEUID("geteuid");
+static TListed kGetEUID("geteuid", kNeverFails);
 uid_t __real_geteuid(void);
 uid_t __wrap_geteuid(void)
 {
     return Call(kGetEUID, __real_geteuid);
 }
 
-static TListed kGetUID("getuid");
+static TListed kGetUID("getuid", kNeverFails);
 uid_t __real_getuid(void);
 uid_t __wrap_getuid(void)
 {
     return Call(kGetUID, __real_getuid);
 }
 
-static TListed kKill("kill");
+static TListed kKill("kill", Fails(-1, EPERM));
 int __real_kill(pid_t, int);
 int __wrap_kill(pid_t process, int number)
 {
     return Call(kKill, __real_kill, process, number);
 }
 
-static TListed kListen("listen");
+static TListed kListen("listen", Fails(-1, EADDRINUSE));
 int __real_listen(int, int);
 int __wrap_listen(int socket, int backlog)
 {
     return Call(kListen, __real_listen, socket, backlog);
 }
 
-static TListed kMkdir("mkdir");
+static TListed kMkdir("mkdir", Fails(-1, EACCES));
 int __real_mkdir(const char*, mode_t);
 int __wrap_mkdir(const char* path, mode_t mode)
 {
     return Call(kMkdir, __real_mkdir, path, mode);
 }
 
-static TListed kOpen("open");
+static TListed kOpen("open", Fails(-1, EMFILE));
 int __real_open(const char*, int, ...);
 int __wrap_open(const char* path, int flags, ...)
 {
@@ -137,70 +150,77 @@ int __wrap_open(const char* path, int flags, ...)
         mode);
 }
 
-static TListed kPipe("pipe");
+static TListed kPipe("pipe", Fails(-1, EMFILE));
 int __real_pipe(int*);
 int __wrap_pipe(int* descriptors)
 {
     return Call(kPipe, __real_pipe, descriptors);
 }
 
-static TListed kPthreadCreate("pthread_create");
+static TListed kPthreadCreate("pthread_create", Fails(EAGAIN));
 int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument)
 {
     return Call(kPthreadCreate, __real_pthread_create, thread, attributes, body, argument);
 }
 
-static TListed kPthreadDetach("pthread_detach");
+static TListed kPthreadDetach("pthread_detach", Fails(ESRCH));
 int __real_pthread_detach(pthread_t);
 int __wrap_pthread_detach(pthread_t thread)
 {
     return Call(kPthreadDetach, __real_pthread_detach, thread);
 }
 
-static TListed kPthreadMutexLock("pthread_mutex_lock");
+static TListed kPthreadMutexLock("pthread_mutex_lock", kNeverFails);
 int __real_pthread_mutex_lock(pthread_mutex_t*);
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
 {
     return Call(kPthreadMutexLock, __real_pthread_mutex_lock, mutex);
 }
 
-static TListed kRead("read");
+static TListed kPthreadMutexInit("pthread_mutex_init", Fails(ENOMEM));
+int __real_pthread_mutex_init(pthread_mutex_t*, const pthread_mutexattr_t*);
+int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes)
+{
+    return Call(kPthreadMutexInit, __real_pthread_mutex_init, mutex, attributes);
+}
+
+static TListed kRead("read", Fails(-1, EIO));
 ssize_t __real_read(int, void*, size_t);
 ssize_t __wrap_read(int descriptor, void* buffer, size_t size)
 {
     return Call(kRead, __real_read, descriptor, buffer, size);
 }
 
-static TListed kSetUID("setuid");
+static TListed kSetUID("setuid", Fails(-1, EPERM));
 int __real_setuid(uid_t);
 int __wrap_setuid(uid_t user)
 {
     return Call(kSetUID, __real_setuid, user);
 }
 
-static TListed kSigaction("sigaction");
+static TListed kSigaction("sigaction", Fails(-1, EINVAL));
 int __real_sigaction(int, const struct sigaction*, struct sigaction*);
 int __wrap_sigaction(int number, const struct sigaction* action, struct sigaction* old)
 {
     return Call(kSigaction, __real_sigaction, number, action, old);
 }
 
-static TListed kSleep("sleep");
+static TListed kSleep("sleep", Fails(1));
 unsigned __real_sleep(unsigned);
 unsigned __wrap_sleep(unsigned seconds)
 {
     return Call(kSleep, __real_sleep, seconds);
 }
 
-static TListed kSocket("socket");
+static TListed kSocket("socket", Fails(-1, EMFILE));
 int __real_socket(int, int, int);
 int __wrap_socket(int domain, int type, int protocol)
 {
     return Call(kSocket, __real_socket, domain, type, protocol);
 }
 
-static TListed kStat("stat");
+static TListed kStat("stat", Fails(-1, EACCES));
 int __real_stat(const char*, struct stat*);
 int __wrap_stat(const char* path, struct stat* info)
 {
@@ -210,49 +230,57 @@ int __wrap_stat(const char* path, struct stat* info)
     return status;
 }
 
-static TListed kStrdup("strdup");
+static TListed kStrdup("strdup", Fails(0, ENOMEM));
 char* __real_strdup(const char*);
 char* __wrap_strdup(const char* text)
 {
-    return Call(kStrdup, __real_strdup, text);
+    char* const copy = Call(kStrdup, __real_strdup, text);
+    NoteAllocated(copy);
+    return copy;
 }
 
-static TListed kSysctl("sysctl");
+static TListed kSysctl("sysctl", Fails(-1, ENOMEM));
 int __real_sysctl(int*, u_int, void*, size_t*, void*, size_t);
 int __wrap_sysctl(int* name, u_int levels, void* old, size_t* oldSize, void* now, size_t nowSize)
 {
     return Call(kSysctl, __real_sysctl, name, levels, old, oldSize, now, nowSize);
 }
 
-static TListed kTime("time");
+static TListed kTime("time", kNeverFails);
 time_t __real_time(time_t*);
 time_t __wrap_time(time_t* now)
 {
     return Call(kTime, __real_time, now);
 }
 
-static TListed kUmask("umask");
+static TListed kUmask("umask", kNeverFails);
 mode_t __real_umask(mode_t);
 mode_t __wrap_umask(mode_t mask)
 {
     return Call(kUmask, __real_umask, mask);
 }
 
-static TListed kUnlink("unlink");
+static TListed kUnlink("unlink", Fails(-1, EACCES));
 int __real_unlink(const char*);
 int __wrap_unlink(const char* path)
 {
     return Call(kUnlink, __real_unlink, path);
 }
 
-static TListed kWaitpid("waitpid");
+static TListed kWaitpid("waitpid", kFailsInItsWay);
 pid_t __real_waitpid(pid_t, int*, int);
 pid_t __wrap_waitpid(pid_t process, int* status, int options)
 {
+    if (SweepFails(kWaitpid)) {
+        // As when somebody else has waited for the child: it is gone, and its status with it.
+        __real_waitpid(process, nullptr, options);
+        errno = ECHILD;
+        return -1;
+    }
     return Call(kWaitpid, __real_waitpid, process, status, options);
 }
 
-static TListed kWrite("write");
+static TListed kWrite("write", Fails(-1, EPIPE));
 ssize_t __real_write(int, const void*, size_t);
 ssize_t __wrap_write(int descriptor, const void* bytes, size_t size)
 {
