@@ -32,3 +32,11 @@ if(HALVORIX_SANITIZE)
     add_compile_options(-fsanitize=${HALVORIX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -fno-pie)
     add_link_options(-fsanitize=${HALVORIX_SANITIZE} -no-pie)
 endif()
+
+# Programs that make up inputs (tests/fuzz/run); clang's. What they are linked of must tell which way an input went.
+option(HALVORIX_FUZZ "build the programs of tests/fuzz" OFF)
+if(HALVORIX_FUZZ)
+    # Without the check of virtual tables: it asks the system whether memory can be read, by a pipe, and the system of some
+    # of these programs is one whose answers are made up.
+    add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize=vptr)
+endif()
