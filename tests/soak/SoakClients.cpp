@@ -145,7 +145,8 @@ void TSoakClients::Read()
 bool TSoakClients::HaveAll(std::uint64_t posted) const
 {
     return std::all_of(fClients.begin(), fClients.end(), [posted](const auto& client) {
-        return !client->Check().HasBegun() || client->Check().Next() == posted + 1;
+        const TStreamCheck& check = client->Check();
+        return !check.Fault().empty() || !check.HasBegun() || check.Next() == posted + 1;
     });
 }
 

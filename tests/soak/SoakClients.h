@@ -38,7 +38,7 @@ public:
     // Everybody reads what it is wont to read.
     void Read();
 
-    // Whether everybody that has begun has received everything up to this number.
+    // Whether everybody that has begun has received everything up to this number, or something wrong.
     bool HaveAll(std::uint64_t posted) const;
 
     // Fails the test when somebody received anything wrong, or has not begun although it was connected when the event of

@@ -45,11 +45,11 @@ static std::string InWords(const TFigures& figures)
            std::to_string(figures.kilobytes) + " KB";
 }
 
-// What an allocator may take now and then, however long it lasts; a sanitizer's keeps more.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-static constexpr long kKilobytesThatMayCome = 8192;
+// What an allocator takes now and then, however long it lasts; a sanitizer and an emulator keep books of their own.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__powerpc__)
+static constexpr long kKilobytesThatMayCome = 16384;
 #else
-static constexpr long kKilobytesThatMayCome = 1024;
+static constexpr long kKilobytesThatMayCome = 2048;
 #endif
 
 static unsigned long NumberFromEnvironment(const char* name, unsigned long otherwise)
