@@ -61,7 +61,7 @@ static TOpenedDaemonTool* MakeTool()
 // A record as the driver of this machine writes it.
 static std::string ReadRecord(std::string line)
 {
-    const std::size_t size = NumberOf(TakeWord(&line)) % (kDriverRecordSize + 1);
+    const auto size = static_cast<std::size_t>(NumberOf(TakeWord(&line)) % (kDriverRecordSize + 1));
     const auto type = static_cast<std::int32_t>(NumberOf(TakeWord(&line)));
     const auto flag = static_cast<std::uint32_t>(NumberOf(TakeWord(&line)));
     const std::string name = TakeWord(&line);
