@@ -6,8 +6,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 
 tests=$(mktemp)
 trap 'rm -f "$tests"' EXIT
-lab/run-test build/native build/native/bin/halvorix_tests --gtest_list_tests |
-    sed -E 's/ +#.*//' | awk '/^[^ ]/ { suite = $1 } /^ / { print suite $1 }' >"$tests"
+tests/list-tests build/native | cut -d' ' -f1 >"$tests"
 
 status=0
 for patch in tests/mutations/*.patch; do
