@@ -11,9 +11,10 @@
 
 THXDaemonTool* gDaemonTool = nullptr;
 
-THXDaemonTool::THXDaemonTool() : fConnection(0), fUseCount(0), fSession(nullptr)
+// The lock by its initialiser, which cannot fail.
+THXDaemonTool::THXDaemonTool()
+    : fConnection(0), fConnectionLock PTHREAD_MUTEX_INITIALIZER, fUseCount(0), fSession(nullptr)
 {
-    pthread_mutex_init(&fConnectionLock, nullptr);
 }
 
 THXDaemonTool::~THXDaemonTool()

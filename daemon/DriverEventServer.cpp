@@ -53,6 +53,17 @@ static void LetWritesToDepartedClientsFail()
     sigaction(SIGPIPE, &action, nullptr);
 }
 
+// A mutex that can be locked; null when there is no memory for it.
+static pthread_mutex_t* NewMutex()
+{
+    auto* const mutex = new (std::nothrow) pthread_mutex_t;
+    if (mutex != nullptr && pthread_mutex_init(mutex, nullptr) != 0) {
+        delete mutex;
+        return nullptr;
+    }
+    return mutex;
+}
+
 SInt32 TDriverEventServer::Start()
 {
     LetWritesToDepartedClientsFail();
@@ -62,10 +73,9 @@ SInt32 TDriverEventServer::Start()
     if (status != kStatusOK)
         return status;
 
-    fClientsMutex = new (std::nothrow) pthread_mutex_t;
+    fClientsMutex = NewMutex();
     if (fClientsMutex == nullptr)
         return kStatusOutOfMemory;
-    pthread_mutex_init(fClientsMutex, nullptr);
 
     return pthread_create(&fAcceptThread, nullptr, AcceptForever, this) == 0 ? kStatusOK : kStatusParameterError;
 }
@@ -154,7 +164,8 @@ void TDriverEventServer::AcceptClients()
 
 bool TDriverEventServer::AddClient(int descriptor)
 {
-    auto* const client = new (std::nothrow) TEventClient;
+    // Whether there is a list nobody has looked at before.
+    auto* const client = fClients != nullptr ? new (std::nothrow) TEventClient : nullptr;
     if (client == nullptr) {
         close(descriptor);
         return false;
@@ -180,6 +191,8 @@ static TEventClient* ClientAtIndex(CFArrayRef clients, CFIndex index)
 
 void TDriverEventServer::Broadcast(const TDriverEventRecord* record)
 {
+    if (fClients == nullptr)
+        return;
     const TScopedLock lock(fClientsMutex);
     // Downwards, so that a client dropped on the way moves none that is still to come.
     for (CFIndex index = CFArrayGetCount(fClients) - 1; index >= 0; --index) {

@@ -27,8 +27,9 @@ public:
     // Makes the socket and starts the thread that accepts clients. Call once. From here on SIGPIPE no longer ends the
     // process: a write to a client that has gone fails instead.
     //
-    // returns  0; -50, -54 or -108 as CreateListeningSocket; -108 also when there is no memory for the mutex; -50 also when
-    //          the thread could not be created
+    // returns  0, also when there is no memory for the list of clients, none of which is taken in then; -50, -54 or -108 as
+    //          CreateListeningSocket; -108 also when there is no memory for the mutex; -50 also when the thread could not be
+    //          created
     SInt32 Start();
 
     // How many clients are connected, those included that have gone since the last event. Takes no lock, so that asking
@@ -57,7 +58,7 @@ public:
     SInt32 CreateListeningSocket(const char* path);
 
     // Takes in a connected client, whose descriptor becomes the server's.
-    // returns  true, or false when there was no memory for it; the descriptor is then closed
+    // returns  true, or false when there was no memory for it or, at the start, for the list; the descriptor is then closed
     bool AddClient(int descriptor);
 
     // Accepts clients until one cannot be taken in. At the process's descriptor limit accept fails at once and is tried

@@ -157,6 +157,21 @@ TEST_F(DriverEventServer, WithoutAListThereAreNoClients)
     fExpectedLeft.objects = 0;
 }
 
+TEST_F(DriverEventServer, WithoutAListAClientIsClosedAndARecordGoesNowhere)
+{
+    const TFault fault("CFArrayCreateMutable", {0, 0});
+    ASSERT_EQ(0, gServer->Start());
+    int ends[2];
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends));
+
+    EXPECT_FALSE(gServer->AddClient(ends[0]));
+    gServer->Broadcast(&record);
+    char byte;
+    EXPECT_EQ(0, read(ends[1], &byte, 1)) << "the other end is closed";
+    close(ends[1]);
+    fExpectedLeft.objects = 0;
+}
+
 TEST_F(DriverEventServer, AFailedSocketIsTheStatusOfStart)
 {
     mkdir("/tmp/com.halvorix.halvorixd", 0700);
@@ -173,6 +188,14 @@ TEST_F(DriverEventServer, NoMemoryForTheMutexIsMinus108)
 
     EXPECT_EQ(-108, gServer->Start());
     EXPECT_EQ(0u, threads.Calls());
+}
+
+TEST_F(DriverEventServer, AMutexThatCannotBeMadeIsMinus108)
+{
+    const TFault fault("pthread_mutex_init", {ENOMEM});
+
+    EXPECT_EQ(-108, gServer->Start());
+    EXPECT_EQ(1u, fault.Reached());
 }
 
 TEST_F(DriverEventServer, NoThreadIsMinus50)
