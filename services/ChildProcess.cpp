@@ -3,6 +3,7 @@
 #include "foundation/PosixDifferences.h"   // SetCloseOnExec
 #include "foundation/ScopedLock.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <pthread.h>
@@ -12,6 +13,26 @@
 // Held from before a pipe is created until after the fork: a child that another thread forks before the pipe is
 // close-on-exec would inherit its write end and hold back the end of the output.
 static pthread_mutex_t gForkLock = PTHREAD_MUTEX_INITIALIZER;
+
+// Holds every signal back from this thread for the length of a scope. A handler may call exit, which waits for locks of the
+// C library's that fork holds: handled in the middle of fork, by the thread that forks, it would wait for ever.
+class TSignalsHeldBack
+{
+public:
+    TSignalsHeldBack()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &fBefore);
+    }
+    ~TSignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &fBefore, nullptr); }
+
+    TSignalsHeldBack(const TSignalsHeldBack&) = delete;
+    TSignalsHeldBack& operator=(const TSignalsHeldBack&) = delete;
+
+private:
+    sigset_t fBefore;
+};
 
 static void CloseDescriptor(int* descriptor)
 {
@@ -46,6 +67,7 @@ EChildStart TChildProcess::Start(const TCommand& command)
         const TScopedLock lock(&gForkLock);
         if (command.output == kPipeOutput)
             OpenPipe();
+        const TSignalsHeldBack heldBack;
         fProcess = fork();
     }
     if (fProcess == 0)

@@ -70,7 +70,7 @@ public:
     //
     // A pipe that cannot be created is no failure: the child then prints to where the caller prints, and Read finds
     // nothing. No other child, of this thread or another, inherits the pipe, as long as all are started through this
-    // class.
+    // class. While it forks, this thread handles no signal.
     EChildStart Start(const TCommand& command);
 
     // Reads what the child printed, with one read(2), which blocks until there is some.
