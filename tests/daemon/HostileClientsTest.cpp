@@ -8,7 +8,7 @@
 #include <sys/resource.h>
 
 // More than the buffer of a socket holds and fewer than the driver's queue does.
-static constexpr unsigned kMoreThanABufferHolds = 1000;
+static constexpr unsigned kMoreThanABufferHolds = 600;
 
 // For a test program and a daemon of which each may have a thousand descriptors.
 static constexpr unsigned kHundreds = 500;

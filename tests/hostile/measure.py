@@ -194,11 +194,16 @@ def stall(daemon, events):
     witness, client = Client(), Client()
     wait_until(lambda: daemon.descriptors() == before + 2, "both are taken in")
     expected = post(events)
-    before = -1
-    while before != len(witness.take()) or before == 0:
-        before = len(witness.take())
-        time.sleep(1)
+    wait_until(lambda: len(witness.take()) > 0, "it relays")
+    wait_for_stall(witness)
     return witness, client, expected
+
+
+def wait_for_stall(witness):
+    before = -1
+    while before != len(witness.take()):
+        before = len(witness.take())
+        time.sleep(1.5)
 
 
 def silent():
@@ -244,7 +249,7 @@ def trickle():
             client.take(1)
             took += 1
             time.sleep(0.0002)
-        time.sleep(0.5)
+        wait_for_stall(witness)
         tell("bytes it reads before others hear again, the %s time" % turn, took)
         tell("records that others then get at once", (len(witness.take()) - at) // 128)
     while len(witness.take()) < len(expected):
