@@ -213,3 +213,24 @@ TEST_F(SweptBootWalk, AnEventThatSelectsAVolumeSetsNothingWhereAnythingIsNotKnow
         event.GivesOnFailureOf(function, blessed);
     event.Sweep();
 }
+
+TEST_F(SweptBootWalk, BeforeTenFiveTheVolumeItselfIsBlessedIfItsPathIsFound)
+{
+    InstallSystem("/", "10.4.11");
+    TOperation("SelectBootVolume before 10.5",
+               [] {
+                   SelectBootVolume(nullptr, kVolume);
+                   return "selected";
+               })
+        .Showing([this] { return NewRunsOf("bless"); })
+        .Gives("selected bless: /System/Library/CoreServices")
+        // That the version is not known makes no difference.
+        .GivesOnFailure("selected bless: /System/Library/CoreServices")
+        .GivesOnFailureOf("DASessionCreate", "selected bless:")
+        .GivesOnFailureOf("DADiskCreateFromBSDName", "selected bless:")
+        .GivesOnFailureOf("DADiskCopyDescription", "selected bless:")
+        .GivesOnFailureOf("CFURLGetFileSystemRepresentation", "selected bless:")
+        .GivesOnFailureOf("fork", "selected bless:")
+        .GivesOnFailureOf("execv", "selected bless:")
+        .Sweep();
+}

@@ -344,3 +344,23 @@ TEST_F(SweptStart, AStepOfTheStartThatFailsIsTheStatusOrIsDoneWithout)
         .GivesOnFailureOf("CFStringGetCString", "0, disabled", kByAnybody, 1)
         .Sweep();
 }
+
+TEST_F(SweptStart, WithoutASessionItOnlySleeps)
+{
+    TOperation("THXDaemonTool::DoWork",
+               []() -> std::string {
+                   const TFault noLoop("CFRunLoopRun", {0});
+                   const TCallWatch loops("CFRunLoopRun");
+                   const TCallWatch asleep("sleep", [&loops](const TCallWatch::TArguments&) {
+                       TOperation::End(loops.Calls() != 0 ? "followed disks" : "only slept");
+                   });
+                   TOpenedDaemonTool tool;
+                   tool.DoWork();
+                   return "returned";
+               })
+        .InAProcessOfItsOwn()
+        .Gives("followed disks")
+        .GivesOnFailure("only slept")
+        .DespiteFailureOf({"sleep"})
+        .Sweep();
+}

@@ -5,6 +5,7 @@
 #include "foundation/Status.h"
 #include "services/BundlePaths.h"
 #include "services/FileOwnership.h"
+#include "services/FileURLs.h"
 #include "services/FinderVisibility.h"
 #include "services/FolderSizes.h"
 #include "services/KextCache.h"
@@ -122,6 +123,25 @@ TEST_F(SweptFiles, APropertyListThatCannotBeReadIsNone)
                    return list ? "list" : "null";
                })
         .Gives("list")
+        .GivesOnFailure("null")
+        .Sweep();
+
+    static const char kTrue[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><true/></plist>\n";
+    const TScopedCFType xml(CFDataCreate(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(kTrue), sizeof kTrue - 1));
+    TOperation("CreatePropertyListFromXMLData",
+               [&xml] {
+                   const TScopedCFType list(CreatePropertyListFromXMLData(xml.Get(), kCFPropertyListImmutable));
+                   return list ? "list" : "null";
+               })
+        .Gives("list")
+        .GivesOnFailure("null")
+        .Sweep();
+    TOperation("CreateURLWithPathname",
+               [] {
+                   const TScopedCFType url(CreateURLWithPathname("/tmp", true));
+                   return url ? "URL" : "null";
+               })
+        .Gives("URL")
         .GivesOnFailure("null")
         .Sweep();
 

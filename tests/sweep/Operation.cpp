@@ -157,12 +157,17 @@ std::string TOperation::RunSacrificed(const THow& how) const
             const THeld before = HeldByThisProcess();
             const std::string result = fWork();
             gSwept = false;
-            StoreShared(result + (fLooksAtRest ? LeftSince(before) : ""));
-            _exit(0);
+            End(result + (fLooksAtRest ? LeftSince(before) : ""));
         }
         waitpid(process, nullptr, 0);
     });
     return SharedText();
+}
+
+void TOperation::End(const std::string& result)
+{
+    StoreShared(result);
+    _exit(0);
 }
 
 std::string TOperation::RunPlainly() const

@@ -64,6 +64,9 @@ public:
     // Long ones are run without a fault once, after the last call, instead of after each.
     TOperation& RunAgainAtTheEnd();
 
+    // Ends the sacrificed process of an operation that never returns, as if it had returned this.
+    [[noreturn]] static void End(const std::string& result);
+
     // Goes over all calls. Fails the test where something differs, and when there are fewer calls than are recorded in
     // points.txt. Prints one line for tests/sweep/run.
     //

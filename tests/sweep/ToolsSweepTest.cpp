@@ -107,6 +107,20 @@ static std::string ReadFromChild()
     return text + std::string(child.WaitForSuccess() ? " ended well" : " failed");
 }
 
+TEST_F(SweptTools, AnyToolSucceedsOnlyWhenItWasWaitedFor)
+{
+    static const char* const kArguments[] = {"ps", nullptr};
+    ASSERT_EQ("", machine.SetToolBehaviour("ps", "exit 0\n"));
+    TOperation("RunAndTellSuccess",
+               [] {
+                   return Text(RunAndTellSuccess({"/bin/ps", kArguments, kBecomeRoot, kKeepOutput, kExitWithOne}));
+               })
+        .Gives("1")
+        .GivesOnFailure("0")
+        .DespiteFailureOf(kNotLookedAt)
+        .Sweep();
+}
+
 TEST_F(SweptTools, AChildWithoutAPipeReadsAsSilent)
 {
     ASSERT_EQ("", machine.SetToolBehaviour("ps", "print text\n"));

@@ -77,6 +77,22 @@ TEST_F(SweptVolumes, AVolumeThatCannotBeUnmountedIsReported)
     }
 }
 
+TEST_F(SweptVolumes, BothWaysAreOneOperation)
+{
+    TOperation("MountOrUnmountVolume, mounting", [] { return Text(MountOrUnmountVolume(kUnmounted, 1, 1, 0)); })
+        .After([this] { Unmount(kUnmounted); })
+        .Gives("1")
+        .GivesOnFailure("0")
+        .DespiteFailureOf({"IOObjectRelease"})
+        .Sweep();
+    TOperation("MountOrUnmountVolume, unmounting", [] { return Text(MountOrUnmountVolume(kMounted, 0, 0, 0)); })
+        .After([this] { Mount(kMounted); })
+        .Gives("1")
+        .GivesOnFailure("0")
+        .DespiteFailureOf({"IOObjectRelease"})
+        .Sweep();
+}
+
 TEST_F(SweptVolumes, ARefusedUnmountLooksWhetherTheVolumeIsMounted)
 {
     // Whatever fails behind the refusal reads as not mounted, which is what was wanted.
