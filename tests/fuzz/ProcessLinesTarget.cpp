@@ -3,7 +3,7 @@
 // An input is: a line, the name that is looked for; a line, the pieces in which the listing comes (TScriptedSystem::SetChild);
 // and the listing. In that, "~$" stands for the caller's own process ID, and "~" before any other character for that character
 // so many times as the one behind it says: 2200 for each unit of its last four bits. NULs, which ps never prints, are left
-// out, and so is what is behind 70,000 bytes.
+// out, and so is what is behind 36,000 bytes.
 
 #include "services/Processes.h"
 #include "tests/fuzz/Comparison.h"
@@ -17,7 +17,7 @@
 #include <cstdint>
 #include <unistd.h>
 
-static const std::size_t kLongestListing = 70000;
+static const std::size_t kLongestListing = 36000;
 
 // What fits into the text that ps is read into.
 static const std::size_t kLongestLine = 32767;

@@ -46,7 +46,7 @@ TScriptedSystem::TScriptedSystem()
 
 void TScriptedSystem::SetChild(const std::string& output, const std::string& pieces, EChildEnd end)
 {
-    fOutput = {output, pieces};
+    fOutput = {output, pieces, 0};
     fEnd = end;
 }
 
@@ -114,7 +114,7 @@ long TScriptedSystem::Stat(const char* path, struct stat* info) const
 long TScriptedSystem::Open(const char* path)
 {
     const auto file = fFiles.find(path);
-    return file == fFiles.end() ? -1 : Add({file->second.contents, ""});
+    return file == fFiles.end() ? -1 : Add({file->second.contents, "", 0});
 }
 
 std::size_t SizeOfFirstPiece(const std::string& pieces)
@@ -131,10 +131,11 @@ long TScriptedSystem::Read(int descriptor, char* buffer, std::size_t capacity)
     if (open == fOpen.end())
         return -1;
     TStream& stream = open->second;
-    const std::size_t count = std::min({capacity, stream.bytes.size(), SizeOfFirstPiece(stream.pieces)});
+    const std::size_t left = stream.bytes.size() - stream.taken;
+    const std::size_t count = std::min({capacity, left, SizeOfFirstPiece(stream.pieces)});
     stream.pieces.erase(0, 1);
-    memcpy(buffer, stream.bytes.data(), count);
-    stream.bytes.erase(0, count);
+    memcpy(buffer, stream.bytes.data() + stream.taken, count);
+    stream.taken += count;
     return static_cast<long>(count);
 }
 

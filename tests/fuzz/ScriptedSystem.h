@@ -67,6 +67,7 @@ private:
     {
         std::string bytes;
         std::string pieces;
+        std::size_t taken = 0;   // of the bytes
     };
 
     long Pipe(int* ends);
