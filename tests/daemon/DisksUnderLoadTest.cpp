@@ -3,11 +3,10 @@
 #include "lab/Files.h"
 #include "tests/daemon/HfsUtilRuns.h"
 #include "tests/support/MachineTest.h"
+#include "tests/support/ProcessFigures.h"
 #include "tests/support/RunningDaemon.h"
 
-#include <algorithm>
 #include <csignal>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <random>
@@ -103,32 +102,6 @@ protected:
         WriteRegistry();
     }
 
-    // What the daemon holds: Core Foundation objects, IOKit references, releases of what was not held, descriptors and
-    // children.
-    std::vector<std::uint64_t> Held() const
-    {
-        const std::string text = machine.ReadText("objects/" + std::to_string(daemon->Process()));
-        std::uint64_t words[8] = {};
-        EXPECT_EQ(sizeof words, text.size());
-        memcpy(words, text.data(), std::min(sizeof words, text.size()));
-        EXPECT_EQ(0x48414c564f424a31u, words[0]);
-        return {words[1], words[2], words[3], static_cast<std::uint64_t>(DescriptorsOf(daemon->Process())),
-                static_cast<std::uint64_t>(ChildrenOf(daemon->Process()))};
-    }
-
-    // What it holds between two fetches: the least of many looks, since a look may fall into a fetch.
-    std::vector<std::uint64_t> SettledHeld() const
-    {
-        const std::size_t fetches = machine.DriverCalls().size();
-        std::vector<std::uint64_t> least = Held();
-        // A fetch is an open, some calls and a close.
-        WaitUntil([&] {
-            least = std::min(least, Held());
-            return machine.DriverCalls().size() >= fetches + 12;
-        });
-        return least;
-    }
-
     static lab::TEvent Event(std::int32_t type)
     {
         lab::TEvent event;
@@ -154,8 +127,8 @@ TEST_F(DisksUnderLoad, AfterHundredsOfChangesTheRegistryHoldsWhatIsAttached)
     TListener listener;
     ASSERT_EQ("", machine.PostEvents({Event(3)}));
     ASSERT_TRUE(listener.WaitForBytes(128));
-    const std::vector<std::uint64_t> before = SettledHeld();
-    EXPECT_EQ(0u, before[4]);
+    const THeld before = LeastHeldBy(machine, daemon->Process());
+    EXPECT_EQ(0, before.children);
 
     // Each disk changes its state now and then; some changes come so fast that they are one to the daemon.
     std::mt19937 random(4711);
@@ -196,5 +169,5 @@ TEST_F(DisksUnderLoad, AfterHundredsOfChangesTheRegistryHoldsWhatIsAttached)
     // Nothing is kept of disks that have gone.
     attached.clear();
     ASSERT_NO_FATAL_FAILURE(Settle());
-    EXPECT_EQ(before, SettledHeld()) << "objects, references, releases of what was not held, descriptors, children";
+    EXPECT_EQ(InWords(before), InWords(LeastHeldBy(machine, daemon->Process())));
 }

@@ -46,7 +46,17 @@ void TSoakDisks::Detach(const std::string& bsdName)
 
 void TSoakDisks::ChangeOne()
 {
-    const unsigned disk = static_cast<unsigned>(fRandom() % kDisks);
+    Change(static_cast<unsigned>(fRandom() % kDisks));
+}
+
+void TSoakDisks::ChangeAll()
+{
+    for (unsigned disk = 0; disk < kDisks; ++disk)
+        Change(disk);
+}
+
+void TSoakDisks::Change(unsigned disk)
+{
     ++fChanges;
     if (fAttached.insert(disk).second) {
         Attach(DiskName(disk));

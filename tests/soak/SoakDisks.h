@@ -18,6 +18,9 @@ public:
     // Attaches a disk or detaches it. The driver must be loaded.
     void ChangeOne();
 
+    // Attaches all that are detached, and detaches the others, likewise.
+    void ChangeAll();
+
     // Returns when the daemon has dealt with everything that changed before. Its tools must work.
     void Settle();
 
@@ -31,6 +34,7 @@ public:
 
 private:
     void MakeVolume(const std::string& bsdName, unsigned identity);
+    void Change(unsigned disk);
     void Attach(const std::string& bsdName);
     void Detach(const std::string& bsdName);
     std::multiset<std::string> AskedWith(const std::string& option) const;
