@@ -4,7 +4,7 @@
 
 static bool Begins(const std::string& text, const std::string& beginning)
 {
-    return text.substr(0, beginning.size()) == beginning;
+    return text.compare(0, beginning.size(), beginning) == 0;
 }
 
 bool BeginsLikeARawDisk(const std::string& pathname)
@@ -57,7 +57,7 @@ static std::string FromDiskOn(std::string text)
             ++fitting;
         if (text.size() <= fitting)
             return "";
-        text = text.substr(fitting + 1);
+        text.erase(0, fitting + 1);
     }
     return text;
 }
