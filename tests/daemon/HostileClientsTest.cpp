@@ -135,6 +135,25 @@ TEST_F(HostileClients, WhileItStandsStillDisksAreLookedAt)
     EXPECT_TRUE(WaitUntil([this] { return ChildrenOf(Process()) == 0; }));
 }
 
+TEST_F(HostileClients, WhileItStandsStillBootEventsWait)
+{
+    const auto silent = ConnectSilent();
+    Post(kMoreThanABufferHolds);
+    ASSERT_TRUE(StandsStill());
+    lab::TEvent select;
+    select.type = 2;
+    select.name = "disk2s3";
+    ASSERT_EQ("", machine.PostEvents({select}));
+    const std::size_t runs = machine.ToolRuns().size();
+    const auto isActedOn = [this, runs] { return machine.ToolRuns().size() > runs; };
+
+    EXPECT_FALSE(WaitUntil(isActedOn, 1.5));
+    silent->Leave();
+    EXPECT_TRUE(WitnessHasAll());
+    EXPECT_TRUE(WaitUntil(isActedOn)) << "a tool was run";
+    EXPECT_TRUE(WaitUntil([this] { return ChildrenOf(Process()) == 0; }));
+}
+
 TEST_F(HostileClients, OneThatStandsStillEndsAtSIGTERM)
 {
     const auto silent = ConnectSilent();
