@@ -15,6 +15,13 @@ static void NoteSignal(int)
     gHandled = 1;
 }
 
+// Whether a child has ended; it stays a zombie.
+static bool HasEnded(pid_t child)
+{
+    siginfo_t info = {};
+    return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT | WNOHANG) == 0 && info.si_pid == child;
+}
+
 class ChildSignals : public TMachineTest
 {
 protected:
@@ -61,7 +68,10 @@ TEST_F(ChildSignals, TheProgramHandlesThemAsItsCallerDid)
 {
     const int status = StatusOf("hang\n", [this] {
         EXPECT_TRUE(WaitUntil([this] { return !machine.ToolRuns().empty(); }));
-        kill(machine.ToolRuns().at(0).process, SIGTERM);
+        const pid_t tool = machine.ToolRuns().at(0).process;
+        kill(tool, SIGTERM);
+        if (!WaitUntil([tool] { return HasEnded(tool); }))
+            kill(tool, SIGKILL);
     });
 
     EXPECT_TRUE(WIFSIGNALED(status));

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-constexpr unsigned kDisks = 8;
+constexpr unsigned kDisks = 5;
 constexpr std::uint64_t kSize = 1 << 20;
 constexpr const char* kRAIDDisk = "disk2";      // below it every volume is a RAID volume
 constexpr const char* kMarker = "disk9000s0";   // an identity of its own

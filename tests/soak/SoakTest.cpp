@@ -147,6 +147,8 @@ protected:
     void Tell(const TFigures& before, const TFigures& after) const;
 
     std::mt19937 random{static_cast<std::mt19937::result_type>(NumberFromEnvironment("HALVORIX_SOAK_SEED", 4711))};
+    // How long it is to last; 0: as short as it can be.
+    const double seconds = static_cast<double>(NumberFromEnvironment("HALVORIX_SOAK_SECONDS", 0));
     const std::uint64_t seed = NumberFromEnvironment("HALVORIX_SOAK_SEED", 4711);
     std::unique_ptr<TRunningProgram> daemon;
     std::unique_ptr<TSoakClients> clients;
@@ -165,7 +167,7 @@ protected:
 std::vector<lab::TEvent> Soak::MakeBatch(bool withBootEvents)
 {
     std::vector<lab::TEvent> batch;
-    const auto size = 20 + random() % 600;
+    const auto size = 20 + random() % (seconds == 0 ? 100 : 600);
     for (std::size_t i = 0; i < size; ++i) {
         if (OneIn(50)) {
             batch.emplace_back();
@@ -315,7 +317,6 @@ void Soak::Tell(const TFigures& before, const TFigures& after) const
 
 TEST_F(Soak, AFewSecondsLoseNothing)
 {
-    const double seconds = static_cast<double>(NumberFromEnvironment("HALVORIX_SOAK_SECONDS", 0));
     // What is made at the first need is made by now.
     do
         ASSERT_NO_FATAL_FAILURE(Round());
