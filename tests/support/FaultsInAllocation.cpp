@@ -51,6 +51,23 @@ void __wrap__ZdaPv(void* block)
     Call(kDeleteArray, __real__ZdaPv, block);
 }
 
+// Those that throw are no product's. They stand here because in a static program they call the malloc above.
+void* RealThrowingNew(size_t) __asm__("__real__Znw" HALVORIX_SIZE_LETTER);
+void* WrapThrowingNew(size_t) __asm__("__wrap__Znw" HALVORIX_SIZE_LETTER);
+void* WrapThrowingNew(size_t size)
+{
+    const TInside inside;
+    return RealThrowingNew(size);
+}
+
+void* RealThrowingNewArray(size_t) __asm__("__real__Zna" HALVORIX_SIZE_LETTER);
+void* WrapThrowingNewArray(size_t) __asm__("__wrap__Zna" HALVORIX_SIZE_LETTER);
+void* WrapThrowingNewArray(size_t size)
+{
+    const TInside inside;
+    return RealThrowingNewArray(size);
+}
+
 static TListed kNew("operator new nothrow", Fails(0, ENOMEM));
 void* RealNew(size_t, const std::nothrow_t&) __asm__("__real__Znw" HALVORIX_SIZE_LETTER "RKSt9nothrow_t");
 void* WrapNew(size_t, const std::nothrow_t&) __asm__("__wrap__Znw" HALVORIX_SIZE_LETTER "RKSt9nothrow_t");

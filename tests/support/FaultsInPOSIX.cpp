@@ -127,6 +127,14 @@ int __wrap_listen(int socket, int backlog)
     return Call(kListen, __real_listen, socket, backlog);
 }
 
+// Fails only for years that 32 bits do not hold.
+static TListed kLocaltime("localtime", kNeverFails);
+struct tm* __real_localtime(const time_t*);
+struct tm* __wrap_localtime(const time_t* time)
+{
+    return Call(kLocaltime, __real_localtime, time);
+}
+
 static TListed kMkdir("mkdir", Fails(-1, EACCES));
 int __real_mkdir(const char*, mode_t);
 int __wrap_mkdir(const char* path, mode_t mode)

@@ -55,7 +55,7 @@ public:
     TOperation& After(std::function<void()> preparation);
 
     // It runs in a process that is sacrificed for each run, whose calls all count as a child's: for what a process can do
-    // but once. Then nothing is run after the fault in that process.
+    // but once. Nothing is run after the fault in that process, and without a fault it is run at the end alone.
     TOperation& InAProcessOfItsOwn();
 
     // What it leaves is not looked at: its threads work on.
