@@ -1,13 +1,11 @@
-// Every call that the daemon makes about boot helper partitions and boot events, failing once.
+// Every call that the daemon makes about one boot helper partition, failing once.
 
 #include "tests/sweep/BootSweepTest.h"
-#include "daemon/BootEvents.h"
 #include "daemon/BootHelperFiles.h"
 #include "daemon/BootHelperPartitions.h"
 #include "foundation/ScopedCFType.h"
 #include "services/VolumeUUIDs.h"
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -49,7 +47,7 @@ TEST_F(SweptBoot, PreferencesThatCannotBeReadStayAndOnesThatCannotBeWrittenAreGo
         .Sweep();
 }
 
-// The steps by which a helper partition is filled are the same for each of its thirteen folders and files.
+// A folder in the place of a mounted helper partition.
 static const char kTarget[] = "/tmp/helper";
 
 TEST_F(SweptBoot, AHelperIsFilledUpToTheFirstStepThatFails)

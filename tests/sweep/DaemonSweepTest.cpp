@@ -293,12 +293,15 @@ TEST_F(SweptStart, APollerThatCannotStartIsMinus50)
 {
     TOperation("TDriverEventPoller::Start",
                [] {
-                   // A tool without a poller, at which the thread ends.
-                   gDaemonTool = new TOpenedDaemonTool;
-                   TDriverEventPoller poller;
-                   return Text(poller.Start());
+                   // All that the thread needs, which works on until the process ends.
+                   auto* const tool = new TOpenedDaemonTool;
+                   tool->fServer = std::make_unique<TDriverEventServer>();
+                   tool->fPoller = std::make_unique<TDriverEventPoller>();
+                   gDaemonTool = tool;
+                   return Text(tool->fPoller->Start());
                })
         .InAProcessOfItsOwn()
+        .WhateverItLeaves()
         .Gives("0")
         .GivesOnFailure("-50")
         .Sweep();

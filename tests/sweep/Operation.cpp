@@ -159,7 +159,9 @@ std::string TOperation::RunSacrificed(const THow& how) const
             gSwept = false;
             End(result + (fLooksAtRest ? LeftSince(before) : ""));
         }
-        waitpid(process, nullptr, 0);
+        int status = -1;
+        waitpid(process, &status, 0);
+        EXPECT_EQ(0, status) << "it died, or a sanitizer had something to say";
     });
     return SharedText();
 }
