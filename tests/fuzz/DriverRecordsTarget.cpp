@@ -1,9 +1,10 @@
 // Records that the driver hands over: what goes to clients, and what is done about those that are for the daemon itself.
 //
 // An input is: a line, how many clients there are, in hexadecimal digits and below 6, and behind a blank what their writes
-// come to (TWriteResults); a line, "10.5.8" when that is the system's version, which is 10.4.11 otherwise; and a line for each record, of words separated by blanks:
-// how many bytes the driver writes, up to 128, the type, the queue-empty flag (all three in hexadecimal digits), the BSD
-// name, of which 16 bytes count, and what fills the other bytes over and over. Of records the first 64 count.
+// come to (TWriteResults); a line, "10.5.8" when that is the system's version, which is 10.4.11 otherwise; and a line for
+// each record, of words separated by blanks: how many bytes the driver writes, up to 128, the type, the queue-empty flag
+// (all three in hexadecimal digits), the BSD name, of which 16 bytes count, and what fills the other bytes over and over.
+// Of records the first 64 count.
 
 #include "daemon/DriverConnection.h"
 #include "tests/daemon/OpenedDaemonTool.h"
