@@ -113,6 +113,11 @@ TEST_F(PropertyListFiles, WhatIsNoPropertyListIsNotRead)
     EXPECT_FALSE(IsRead());
 }
 
+TEST_F(PropertyListFiles, NoBytesAreNoPropertyList)
+{
+    EXPECT_EQ(nullptr, CreatePropertyListFromXMLData(nullptr, kCFPropertyListImmutable));
+}
+
 TEST_F(PropertyListFiles, EachStepOfReadingThatFailsReadsNothing)
 {
     WriteList("<dict/>");

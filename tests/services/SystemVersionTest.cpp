@@ -8,9 +8,10 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <string>
 #include <sys/stat.h>
-#include <vector>
+#include <unistd.h>
 
 static const std::string kVolume = "/tmp/volume";
 
@@ -161,18 +162,22 @@ TEST_F(SystemVersion, AListWithAComplaintHasNoVersion)
     }
 }
 
+// Makes folders in /tmp, and returns a path of that many bytes for something in the last of them.
+static std::string MakeLongPath(std::size_t length)
+{
+    std::string path = "/tmp";
+    while (path.size() + 202 < length) {
+        path += "/" + std::string(200, 'v');
+        EXPECT_EQ(0, mkdir(path.c_str(), 0755));
+    }
+    return path + "/" + std::string(length - path.size() - 1, 'v');
+}
+
 // The longest path that fits takes 1,023 bytes and its NUL.
 TEST_F(SystemVersion, APathThatIsTooLongIsNotCut)
 {
     const std::string file = "/System/Library/CoreServices/SystemVersion.plist";
-    std::string volume = "/tmp";
-    std::vector<std::string> folders;
-    while (volume.size() + file.size() < 1022) {
-        const std::size_t room = 1023 - file.size() - volume.size() - 1;
-        volume += "/" + std::string(room > 201 ? 200 : room, 'v');
-        ASSERT_EQ(0, mkdir(volume.c_str(), 0755));
-    }
-    ASSERT_EQ(1023u, volume.size() + file.size());
+    const std::string volume = MakeLongPath(1023 - file.size());
     InstallSystem(volume, "10.4.11");
     EXPECT_EQ(0x104B8000u, VersionOn(volume));
 
@@ -181,4 +186,15 @@ TEST_F(SystemVersion, APathThatIsTooLongIsNotCut)
     ASSERT_EQ(0, symlink(volume.c_str(), longer.c_str()));
     WriteVersionFile(volume, "SystemVersion.plis", VersionList("<string>10.3</string>"));
     EXPECT_EQ(0u, VersionOn(longer));
+}
+
+// What is left of it when it is cut would tell a version.
+TEST_F(SystemVersion, AVolumesPathThatFillsTheRoomAloneHasNoVersion)
+{
+    const std::string path = MakeLongPath(1023);
+    std::ofstream(path) << VersionList("<string>10.3</string>");
+    ASSERT_EQ(0, access(path.c_str(), R_OK));
+
+    EXPECT_EQ(0u, VersionOn(path));
+    EXPECT_EQ(0u, VersionOn(path + "v"));
 }
