@@ -124,14 +124,20 @@ TResult AsResult(long value)
         return static_cast<TResult>(value);
 }
 
-// Tells whoever watches, and decides whether this call is one of those that fail; errno is set then.
+// Tells whoever watches.
+void TellWatch(TOrders& orders, const TCallWatch::TArguments& arguments);
+
+// The same, and decides whether this call is one of those that fail; errno is set then.
 bool MustFail(TOrders& orders, const TCallWatch::TArguments& arguments);
 
 // Makes the call that a sweep has fail.
 template <class TResult, class... TArguments>
-TResult FailNaturally(const TNaturalFailure& failure, TResult (*real)(TArguments...), TArguments... arguments)
+TResult FailNaturally(TListed& function, TResult (*real)(TArguments...), TArguments... arguments)
 {
+    const TNaturalFailure& failure = function.natural;
     const TInside inside;
+    if (function.watched)
+        TellWatch(function, {AsInteger(arguments)...});
     if (failure.kind == kFailsThough)
         real(arguments...);
     if (failure.error != 0)
@@ -146,7 +152,7 @@ TResult Call(TListed& function, TResult (*real)(TArguments...), TGiven... argume
 {
     const EFailureKind kind = function.natural.kind;
     if ((kind == kFailsWithout || kind == kFailsThough) && SweepFails(function))
-        return FailNaturally<TResult, TArguments...>(function.natural, real, arguments...);
+        return FailNaturally<TResult, TArguments...>(function, real, arguments...);
     const bool ordered = gInside == 0 && (function.watched || function.faultArmed);
     // From here on, so that what is needed to tell of a call is no call itself.
     const TInside inside;

@@ -49,7 +49,7 @@ static std::mutex& WatchMutex()
     return *mutex;
 }
 
-static void TellWatch(TOrders& orders, const TCallWatch::TArguments& arguments)
+void TellWatch(TOrders& orders, const TCallWatch::TArguments& arguments)
 {
     const std::lock_guard<std::mutex> lock(WatchMutex());
     if (!orders.watched)

@@ -4,6 +4,7 @@
 #include "services/VolumeOperations.h"
 #include "services/VolumePaths.h"
 #include "services/VolumeUUIDs.h"
+#include "tests/support/Faults.h"
 #include "tests/sweep/Operation.h"
 
 #include <cstring>
@@ -107,8 +108,16 @@ TEST_F(SweptVolumes, ARefusedUnmountLooksWhetherTheVolumeIsMounted)
         .Sweep();
 }
 
+// Sessions that were left behind, where a search for lost memory finds them.
+static void KeepSession(const TCallWatch::TArguments& arguments)
+{
+    static auto* const sessions = new std::vector<long>;
+    sessions->push_back(arguments[1]);
+}
+
 TEST_F(SweptVolumes, AVolumeThatCannotBeRenamedIsReported)
 {
+    const TCallWatch disks("DADiskCreateFromBSDName", KeepSession);
     // The session is left, and the medium is released twice, whenever it comes so far.
     static const std::string kSession = ", left 1 object";
     static const std::string kTwice = kSession + ", left 1 release of what was not held";
