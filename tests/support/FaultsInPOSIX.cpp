@@ -193,6 +193,13 @@ int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t*
     return Call(kPthreadMutexInit, __real_pthread_mutex_init, mutex, attributes);
 }
 
+static TListed kPthreadSigmask("pthread_sigmask", kNeverFails);
+int __real_pthread_sigmask(int, const sigset_t*, sigset_t*);
+int __wrap_pthread_sigmask(int how, const sigset_t* now, sigset_t* before)
+{
+    return Call(kPthreadSigmask, __real_pthread_sigmask, how, now, before);
+}
+
 static TListed kRead("read", Fails(-1, EIO));
 ssize_t __real_read(int, void*, size_t);
 ssize_t __wrap_read(int descriptor, void* buffer, size_t size)
