@@ -1,10 +1,13 @@
 #include "services/BootMembers.h"
 
-#include "foundation/CFTypes.h"   // CFTypeAs, ExtractASCII
+#include "foundation/CFTypes.h"    // CFTypeAs, ExtractASCII
+#include "foundation/CStrings.h"   // StoreCString
 #include "foundation/ScopedCFType.h"
 #include "services/BootDevice.h"   // GetBSDSliceNumberForAppleBootPartition
 #include "services/IORegistry.h"   // GetBSDNameAndSizes
 #include "services/ScopedIOObject.h"
+
+#include <cstring>
 
 // Room for a registry path, and for the BSD name that is read.
 static const UInt32 kPathSize = 1024;
@@ -29,14 +32,16 @@ static io_registry_entry_t GetMemberEntry(CFTypeRef member)
     return IORegistryEntryFromPath(kIOMasterPortDefault, path);
 }
 
-bool FindBootHelperPartition(CFTypeRef member, char (&bsdName)[kBootHelperNameSize])
+bool FindBootHelperPartition(CFTypeRef element, char (&bsdName)[kBootHelperNameSize])
 {
-    const TScopedIOObject entry(GetMemberEntry(member));
+    const TScopedIOObject entry(GetMemberEntry(element));
     if (!entry)
         return false;
-    GetBSDNameAndSizes(entry.Get(), nullptr, bsdName, kNameSize, nullptr, nullptr);
-    if (bsdName[0] == 0)
-        return false;
+    char member[kNameSize];
+    GetBSDNameAndSizes(entry.Get(), nullptr, member, kNameSize, nullptr, nullptr);
+    StoreCString(bsdName, member, kBootHelperNameSize);
     GetBSDSliceNumberForAppleBootPartition(entry.Get(), bsdName);
-    return true;
+    // A name that stayed is none at all, or the member's own: what is done to helper partitions would cost the RAID volume
+    // its data.
+    return strcmp(bsdName, member) != 0;
 }

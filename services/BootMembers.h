@@ -18,11 +18,12 @@ CFArrayRef CreateBootMemberList(io_object_t volume);
 
 // Finds the boot helper partition beside a member.
 //
-// member   an element of the list: a dictionary whose "IOBootDevicePath" is the member's registry path, in ASCII and
+// element  an element of the list: a dictionary whose "IOBootDevicePath" is the member's registry path, in ASCII and
 //          shorter than 1,024 bytes; may be anything else, or null
 // bsdName  receives the BSD name of the partition, as GetBSDSliceNumberForAppleBootPartition makes it of the member's
-// returns  false when the element is none such, no entry has the path, or that entry has no BSD name; bsdName is
-//          undefined then
-bool FindBootHelperPartition(CFTypeRef member, char (&bsdName)[kBootHelperNameSize]);
+// returns  false when the element is none such, no entry has the path, that entry has no BSD name, or the name stays as it
+//          is, since the registry does not tell the partition map: it is the member's own then, which nobody may erase.
+//          bsdName is undefined then
+bool FindBootHelperPartition(CFTypeRef element, char (&bsdName)[kBootHelperNameSize]);
 
 #endif

@@ -165,6 +165,17 @@ TEST_F(BootHelperUpdate, AFirstMemberThatLeadsToNoPartitionLeavesAllUntouched)
     EXPECT_TRUE(machine.ToolRuns().empty());
 }
 
+// Its name stays what it is then, and what would be erased is the member with the RAID volume's data.
+TEST_F(BootHelperUpdate, AMemberOnNoKnownMapIsTheEndAndNotErased)
+{
+    ASSERT_EQ("", machine.RemoveProperty("IOGUIDPartitionScheme", "Content Mask"));
+
+    EXPECT_EQ(0u, Update());
+    EXPECT_TRUE(IsFilled(kFirstHelper));
+    EXPECT_EQ((std::vector<std::string>{kEraseFirst}), Erased());
+    EXPECT_EQ(0u, CacheRuns().size());
+}
+
 TEST_F(BootHelperUpdate, OneThatCannotBeMountedDoesNotStopTheWalk)
 {
     ASSERT_EQ("", machine.SetRefusals(kFirstHelper, "mount not-permitted\n"));
