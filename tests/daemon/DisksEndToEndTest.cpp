@@ -37,7 +37,7 @@ protected:
 
     void StartDaemon()
     {
-        daemon = std::make_unique<TRunningProgram>(DaemonCommand(), QuietChildren());
+        daemon = std::make_unique<TRunningProgram>(DaemonCommand(), NoLeakCheckAtExit());
         ASSERT_TRUE(WaitForEventSocket());
     }
 

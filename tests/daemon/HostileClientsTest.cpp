@@ -172,7 +172,7 @@ TEST_F(HostileClients, OneThatStandsStillGivesWayToANewerInstance)
     const auto silent = ConnectSilent();
     Post(kMoreThanABufferHolds);
     ASSERT_TRUE(StandsStill());
-    TRunningProgram newer(DaemonCommand());
+    TRunningProgram newer(DaemonCommand(), NoLeakCheckAtExit());
     EXPECT_EQ("exited 0", daemon->WaitForEnd());
     daemon.reset();
 

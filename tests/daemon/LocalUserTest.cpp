@@ -41,7 +41,7 @@ protected:
 
     // The daemon finds something that it does not take, and ends without having touched it.
     void ExpectRefusal(const std::vector<std::string>& command = DaemonCommand(),
-                       const std::vector<std::string>& environment = QuietChildren())
+                       const std::vector<std::string>& environment = NoLeakCheckAtExit())
     {
         TRunningProgram daemon(command, environment);
         EXPECT_EQ("exited 2", daemon.WaitForEnd());
@@ -93,7 +93,7 @@ TEST_F(LocalUser, ALinkToAFolderOfRootIsFollowed)
     ASSERT_EQ(0, mkdir("/private/var/elsewhere", 0755));
     std::ofstream("/private/var/elsewhere/neighbour") << "text";
     ASSERT_EQ(0, symlink("/private/var/elsewhere", kSocketFolder));
-    TRunningProgram daemon(DaemonCommand(), QuietChildren());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
 
     EXPECT_TRUE(WaitForEventSocket());
     EXPECT_TRUE(S_ISSOCK(ModeOf("/private/var/elsewhere/driverevents")));
@@ -106,7 +106,7 @@ TEST_F(LocalUser, ALinkInTheSocketsPlaceIsRemovedAndNotFollowed)
     std::ofstream("/private/var/precious") << "text";
     ASSERT_EQ(0, mkdir(kSocketFolder, 0755));
     ASSERT_EQ(0, symlink("/private/var/precious", kEventSocket));
-    TRunningProgram daemon(DaemonCommand(), QuietChildren());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
 
     EXPECT_TRUE(WaitForEventSocket());
     EXPECT_TRUE(S_ISSOCK(ModeOf(kEventSocket)));
@@ -115,7 +115,7 @@ TEST_F(LocalUser, ALinkInTheSocketsPlaceIsRemovedAndNotFollowed)
 
 TEST_F(LocalUser, OnlyRootCanChangeWhatLeadsToTheSocketAndEverybodyCanConnect)
 {
-    TRunningProgram daemon(DaemonCommand(), QuietChildren());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitForEventSocket());
 
     for (const char* const path : {"/private/tmp", kSocketFolder, kEventSocket})
@@ -184,9 +184,9 @@ TEST_F(LocalUser, AProcessOfTheDaemonsNameTakesTheSignalThatIsForAnOlderInstance
     };
     const TImpostor impostor;
     ASSERT_TRUE(WaitUntil([&] { return Get_ProcessID("halvorixd") == impostor.Process(); }));
-    TRunningProgram older(DaemonCommand(), QuietChildren());
+    TRunningProgram older(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitUntil([&] { return hasFetched(older); }));
-    TRunningProgram newer(DaemonCommand(), QuietChildren());
+    TRunningProgram newer(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitUntil([&] { return hasFetched(newer); }));
 
     EXPECT_TRUE(older.IsRunning()) << "both ask the driver now, and each event reaches the clients of one of them";

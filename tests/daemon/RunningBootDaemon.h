@@ -29,7 +29,7 @@ protected:
     void StartDaemon(std::size_t runsOfVsdbutil)
     {
         StartLoginSession(machine);
-        daemon = std::make_unique<TRunningProgram>(DaemonCommand(), QuietChildren());
+        daemon = std::make_unique<TRunningProgram>(DaemonCommand(), NoLeakCheckAtExit());
         ASSERT_TRUE(WaitForEventSocket());
         listener = std::make_unique<TListener>();
         ASSERT_TRUE(WaitUntil([&] { return RunsOf(machine, "vsdbutil").size() >= runsOfVsdbutil; }));

@@ -162,7 +162,7 @@ protected:
 TEST_F(StartUpOrder, EveryStepUpToTheSocketComesBehindTheOneBefore)
 {
     WatchAll();
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitUntil([this] { return Saw("socket+driverevents"); }));
 
     TWords seen = notices.Seen();
@@ -182,7 +182,7 @@ TEST_F(StartUpOrder, AnOlderInstanceIsEndedBehindTheTimeZone)
     pid_t older = 0;
     ASSERT_EQ("", machine.Start(start, &older));
     WatchAll();
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     const std::string itsEnd = "processes+" + std::to_string(older);
     ASSERT_TRUE(WaitUntil([&] { return Saw(itsEnd) && Saw("socket+driverevents"); }));
 
@@ -198,7 +198,7 @@ TEST_F(StartUpOrder, AnOlderInstanceIsEndedBehindTheTimeZone)
 TEST_F(StartUpOrder, BehindTheSocketTheHelpersAreSeenToOneByOneAndThenTheDisks)
 {
     WatchAll();
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitUntil([this] { return DisksWereLookedAt(); }));
 
     TWords seen = notices.Seen();
@@ -211,7 +211,7 @@ TEST_F(StartUpOrder, BehindTheSocketTheHelpersAreSeenToOneByOneAndThenTheDisks)
 
 TEST_F(StartUpOrder, TheseToolsRunAndNoOther)
 {
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitUntil([this] { return DisksWereLookedAt(); }));
 
     const std::string util = "/System/Library/Filesystems/hfs.fs/hfs.util -k ";
@@ -222,7 +222,7 @@ TEST_F(StartUpOrder, TheseToolsRunAndNoOther)
 
 TEST_F(StartUpOrder, TheDriverIsToldTheTimeZoneAndThenOnlyAskedForEvents)
 {
-    TRunningProgram daemon(DaemonCommand(), {"TZ=JST-9"});
+    TRunningProgram daemon(DaemonCommand(), {"TZ=JST-9", "ASAN_OPTIONS=leak_check_at_exit=0"});
     ASSERT_TRUE(WaitUntil([this] { return machine.DriverCalls().size() >= 10; }));
 
     TWords calls = DriverCalls();
@@ -235,7 +235,7 @@ TEST_F(StartUpOrder, TheDriverIsToldTheTimeZoneAndThenOnlyAskedForEvents)
 TEST_F(StartUpOrder, TheDriverIsAskedForEventsBehindTheSocketAlone)
 {
     WatchAll();
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitUntil([this] { return machine.DriverCalls().size() >= 10; }));
 
     const TWords& seen = notices.Seen();
@@ -247,7 +247,7 @@ TEST_F(StartUpOrder, TheDriverIsAskedForEventsBehindTheSocketAlone)
 TEST_F(StartUpOrder, EventsAreFetchedWhileTheHelpersAreStillSeenTo)
 {
     ASSERT_EQ("", machine.SetToolBehaviour("vsdbutil", "hang\n"));
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitForEventSocket());
     TListener listener;
     ASSERT_TRUE(WaitUntil([this] { return Runs("vsdbutil") == 1; }));
@@ -303,7 +303,7 @@ TEST_F(StartUpOrderOfOlderSystems, Before10_5TheHelpersAreLeftAlone)
 {
     SetSystem("10.4.11");
     WatchAll();
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitUntil([this] { return DisksWereLookedAt(); }));
 
     EXPECT_EQ(0, Runs("vsdbutil"));
@@ -314,7 +314,7 @@ TEST_F(StartUpOrderOfOlderSystems, Before10_5TheHelpersAreLeftAlone)
 TEST_F(StartUpOrderOfOlderSystems, Before10_4NoIdentityIsLookedAtEither)
 {
     SetSystem("10.3.9");
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     // The main thread had three seconds to do more than it should.
     ASSERT_TRUE(WaitUntil([this] { return Fetches() >= 4; }, 60));
 

@@ -69,7 +69,7 @@ class StartUpBeforeLogin : public TMachineTest
 
 TEST_F(StartUp, ItRunsUntilSIGTERMAndEndsWithStatus0)
 {
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitForEventSocket());
     EXPECT_TRUE(daemon.IsRunning());
     daemon.Signal(SIGTERM);
@@ -80,7 +80,7 @@ TEST_F(StartUp, ItRunsUntilSIGTERMAndEndsWithStatus0)
 
 TEST_F(StartUp, SIGINTEndsItWithStatus0)
 {
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitForEventSocket());
     daemon.Signal(SIGINT);
 
@@ -90,13 +90,13 @@ TEST_F(StartUp, SIGINTEndsItWithStatus0)
 TEST_F(StartUp, TheSocketIsLeftBehindAndTheNextInstanceReplacesIt)
 {
     {
-        TRunningProgram daemon(DaemonCommand());
+        TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
         ASSERT_TRUE(WaitForEventSocket());
         daemon.Signal(SIGTERM);
         daemon.WaitForEnd();
     }
     EXPECT_TRUE(SocketIsThere());
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     EXPECT_TRUE(WaitForEventSocket());
 }
 
@@ -114,7 +114,7 @@ TEST_F(StartUp, AnyArgumentEndsItWithStatus1AndNothingIsStarted)
 
 TEST_F(StartUp, AnInstanceWithAnArgumentLeavesARunningOneAlone)
 {
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitForEventSocket());
     TListener listener;
     EXPECT_EQ("exited 1", RunToEnd(DaemonCommand({"help"}), nullptr, nullptr));
@@ -127,7 +127,7 @@ TEST_F(StartUp, AnInstanceWithAnArgumentLeavesARunningOneAlone)
 
 TEST_F(StartUp, ItsStepsComeInOrder)
 {
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitUntil([this] { return !TimesOfCall(machine, "method 21").empty(); }));
     struct stat info;
     ASSERT_EQ(0, stat(kEventSocket, &info));
@@ -144,7 +144,7 @@ TEST_F(StartUp, ItsStepsComeInOrder)
 
 TEST_F(StartUp, TheMachinesTimeZoneIsSentOnce)
 {
-    TRunningProgram daemon(DaemonCommand(), {"TZ=JST-9"});
+    TRunningProgram daemon(DaemonCommand(), {"TZ=JST-9", "ASAN_OPTIONS=leak_check_at_exit=0"});
     ASSERT_TRUE(WaitUntil([this] { return TimesOfCall(machine, "method 21").size() >= 2; }));
 
     EXPECT_EQ(1u, TimesOfCall(machine, "method 18").size());
@@ -153,10 +153,10 @@ TEST_F(StartUp, TheMachinesTimeZoneIsSentOnce)
 
 TEST_F(StartUp, ASecondInstanceEndsTheFirstAndTakesOver)
 {
-    TRunningProgram first(DaemonCommand());
+    TRunningProgram first(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitForEventSocket());
     TListener firstListener;
-    TRunningProgram second(DaemonCommand());
+    TRunningProgram second(DaemonCommand(), NoLeakCheckAtExit());
 
     EXPECT_EQ("exited 0", first.WaitForEnd());
     EXPECT_TRUE(WaitUntil([&firstListener] { return firstListener.Receive().empty() && firstListener.AtEnd(); }));
@@ -169,7 +169,7 @@ TEST_F(StartUp, ASecondInstanceEndsTheFirstAndTakesOver)
 
 TEST_F(StartUpBeforeLogin, NothingIsOpenedUntilSystemUIServerRuns)
 {
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitUntil([this] { return machine.ToolRuns().size() >= 3; }));
     EXPECT_TRUE(machine.DriverCalls().empty());
     EXPECT_FALSE(SocketIsThere());
@@ -183,7 +183,7 @@ TEST_F(StartUpBeforeLogin, NothingIsOpenedUntilSystemUIServerRuns)
 
 TEST_F(StartUpBeforeLogin, AfterStartUpThereAreThreeThreadsAndNoChild)
 {
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     StartLoginSession(machine);
     ASSERT_TRUE(WaitUntil([this] { return TimesOfCall(machine, "method 21").size() >= 2; }));
     ASSERT_TRUE(WaitForDisks(machine, daemon.Process()));
@@ -201,7 +201,7 @@ TEST_F(StartUpBeforeLogin, AfterStartUpThereAreThreeThreadsAndNoChild)
 TEST_F(StartUpBeforeLogin, WithoutPsTheDaemonWaitsAndDoesNotMultiply)
 {
     ASSERT_EQ("", machine.SetToolMissing("ps", true));
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     StartLoginSession(machine);
     ASSERT_TRUE(WaitUntil([] { return ProcessesNamed("halvorixd") == 1; }));
     // Long enough for three looks that fail.
@@ -223,7 +223,7 @@ TEST_F(StartUpBeforeLogin, WithoutPsTheDaemonWaitsAndDoesNotMultiply)
 
 TEST_F(StartUpBeforeLogin, ATerminationSignalEndsTheWait)
 {
-    TRunningProgram daemon(DaemonCommand());
+    TRunningProgram daemon(DaemonCommand(), NoLeakCheckAtExit());
     ASSERT_TRUE(WaitUntil([this] { return !machine.ToolRuns().empty(); }));
     daemon.Signal(SIGTERM);
 

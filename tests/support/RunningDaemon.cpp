@@ -16,7 +16,7 @@ std::vector<std::string> DaemonCommand(const std::vector<std::string>& arguments
     return lab::CommandFor("/usr/local/sbin/halvorixd", arguments);
 }
 
-std::vector<std::string> QuietChildren()
+std::vector<std::string> NoLeakCheckAtExit()
 {
     return {"ASAN_OPTIONS=leak_check_at_exit=0"};
 }

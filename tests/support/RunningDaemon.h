@@ -14,9 +14,10 @@ constexpr const char* kEventSocket = "/tmp/com.halvorix.halvorixd/driverevents";
 // The command for the daemon as users have it.
 std::vector<std::string> DaemonCommand(const std::vector<std::string>& arguments = {});
 
-// An environment for a daemon whose children may find a tool missing: those leave by exit, at which AddressSanitizer would
-// look for leaks, in a process that has lost all threads but one.
-std::vector<std::string> QuietChildren();
+// An environment in which AddressSanitizer looks for no leaks at exit. For a daemon that is ended while it works: the signal's
+// handler calls exit in the middle of whatever the main thread does, and the check would wait for a lock that it holds. And
+// for one whose children may find a tool missing: those leave by exit as well, in a process without its other threads.
+std::vector<std::string> NoLeakCheckAtExit();
 
 // The command for the daemon with the table of faults linked in.
 std::vector<std::string> FaultyDaemonCommand();
