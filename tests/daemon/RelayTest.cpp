@@ -123,11 +123,14 @@ TEST_F(Relay, ADriverThatIsUnloadedAndLoadedAgainGoesOn)
     const std::size_t fetches = Fetches();
     WaitUntil([] { return false; }, 1.5);
     EXPECT_EQ(fetches, Fetches());
+    const std::size_t runs = machine.ToolRuns().size();
     ASSERT_EQ("", machine.LoadDriver());
     ASSERT_EQ("", machine.PostEvents({Event(4)}));
 
     ASSERT_TRUE(listener.WaitForBytes(256));
     EXPECT_EQ(lab::TMachine::RecordBytes(Event(3), 1) + lab::TMachine::RecordBytes(Event(4), 1), listener.Receive());
+    // The search for leaks at the daemon's end finds it at rest.
+    EXPECT_TRUE(WaitForDisks(machine, daemon->Process(), runs));
 }
 
 TEST_F(Relay, AClientThatIsKilledDoesNotDisturbTheOthers)

@@ -73,14 +73,15 @@ static int EntriesIn(const std::string& folder)
     return entries;
 }
 
-bool WaitForDisks(const lab::TMachine& machine, pid_t daemon)
+bool WaitForDisks(const lab::TMachine& machine, pid_t daemon, std::size_t runsBefore)
 {
     const auto isOfTheVolume = [](const lab::TToolRun& run) {
         return run.arguments.size() == 3 && run.arguments[1] == "-k" && run.arguments[2] == "disk2s3";
     };
     return WaitUntil([&] {
         const std::vector<lab::TToolRun> runs = machine.ToolRuns();
-        return std::any_of(runs.begin(), runs.end(), isOfTheVolume) && ChildrenOf(daemon) == 0;
+        const auto first = runs.begin() + static_cast<std::ptrdiff_t>(std::min(runsBefore, runs.size()));
+        return std::any_of(first, runs.end(), isOfTheVolume) && ChildrenOf(daemon) == 0;
     });
 }
 

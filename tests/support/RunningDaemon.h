@@ -30,7 +30,9 @@ bool WaitForEventSocket();
 
 // Polls until the daemon has started and looked at every disk of the machine leopard: its RAID volume is the last that it
 // asks hfs.util about.
-bool WaitForDisks(const lab::TMachine& machine, pid_t daemon);
+//
+// runsBefore  how many tools had run before its driver was loaded again
+bool WaitForDisks(const lab::TMachine& machine, pid_t daemon, std::size_t runsBefore = 0);
 
 // How many descriptors and threads a process has, by /proc; -1 when it is gone.
 int DescriptorsOf(pid_t process);
