@@ -164,7 +164,7 @@ void TDriverEventServer::AcceptClients()
 
 bool TDriverEventServer::AddClient(int descriptor)
 {
-    // Whether there is a list nobody has looked at before.
+    // Starting goes well without the list, for which there was no memory then: nobody can be taken in.
     auto* const client = fClients != nullptr ? new (std::nothrow) TEventClient : nullptr;
     if (client == nullptr) {
         close(descriptor);

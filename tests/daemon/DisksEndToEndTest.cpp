@@ -4,6 +4,7 @@
 #include "lab/Registry.h"   // TextOf
 #include "tests/daemon/HfsUtilRuns.h"
 #include "tests/support/MachineTest.h"
+#include "tests/support/ProcessFigures.h"
 #include "tests/support/RunningDaemon.h"
 #include "tests/support/VersionFiles.h"
 
@@ -26,10 +27,8 @@ protected:
 
     void TearDown() override
     {
-        EXPECT_TRUE(daemon->IsRunning()) << daemon->Errors();
         EXPECT_TRUE(WaitUntil([this] { return ChildrenOf(daemon->Process()) == 0; }));
-        daemon->Signal(SIGTERM);
-        EXPECT_EQ("exited 0", daemon->WaitForEnd()) << daemon->Errors();
+        EndDaemon(daemon.get());
         EXPECT_EQ("", daemon->Output() + daemon->Errors());
         daemon.reset();
         TMachineTest::TearDown();
@@ -87,14 +86,6 @@ protected:
         const bool asked = WaitUntil([&] { return Asked().size() >= expected.size(); }, 60);
         EXPECT_EQ(expected, Asked());
         return asked;
-    }
-
-    std::size_t Fetches() const
-    {
-        std::size_t fetches = 0;
-        for (const lab::TDriverCall& call : machine.DriverCalls())
-            fetches += call.what.rfind("method 21", 0) == 0;
-        return fetches;
     }
 
     std::unique_ptr<TRunningProgram> daemon;
@@ -200,9 +191,9 @@ TEST_F(DisksEndToEnd, OnPantherNoToolIsRunForAnyDisk)
     InstallSystem("/", "10.3.9");
     StartDaemon();
     Attach("disk2s5", IdentifierOf("disk2s3"));
-    const std::size_t fetches = Fetches();
+    const std::size_t fetches = FetchesOf(machine);
     // More than a second, in which the disks are told of at once.
-    ASSERT_TRUE(WaitUntil([&] { return Fetches() >= fetches + 3; }));
+    ASSERT_TRUE(WaitUntil([&] { return FetchesOf(machine) >= fetches + 3; }));
 
     for (const lab::TToolRun& run : machine.ToolRuns())
         EXPECT_EQ("/bin/ps", run.path);
@@ -213,8 +204,8 @@ TEST_F(DisksEndToEnd, WithoutHfsUtilTheDaemonGoesOn)
 {
     ASSERT_EQ("", machine.SetToolMissing("hfs.util", true));
     StartDaemon();
-    const std::size_t fetches = Fetches();
-    ASSERT_TRUE(WaitUntil([&] { return Fetches() >= fetches + 2; }));
+    const std::size_t fetches = FetchesOf(machine);
+    ASSERT_TRUE(WaitUntil([&] { return FetchesOf(machine) >= fetches + 2; }));
     EXPECT_TRUE(Asked().empty());
     ASSERT_EQ("", machine.SetToolMissing("hfs.util", false));
     Attach("disk2s5", "0123456789ABCDEF");

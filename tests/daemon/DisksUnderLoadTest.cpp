@@ -28,9 +28,7 @@ protected:
 
     void TearDown() override
     {
-        EXPECT_TRUE(daemon->IsRunning()) << daemon->Errors();
-        daemon->Signal(SIGTERM);
-        EXPECT_EQ("exited 0", daemon->WaitForEnd()) << daemon->Errors();
+        EndDaemon(daemon.get());
         EXPECT_EQ("", daemon->Output() + daemon->Errors());
         daemon.reset();
         TMachineTest::TearDown();

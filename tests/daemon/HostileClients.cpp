@@ -13,15 +13,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-TConnection::TConnection() : fSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
-{
-    struct sockaddr_un address;
-    memset(&address, 0, sizeof address);
-    address.sun_family = AF_UNIX;
-    strcpy(address.sun_path, kEventSocket);
-    if (connect(fSocket, reinterpret_cast<const struct sockaddr*>(&address), sizeof address) != 0)
-        Leave();
-}
+TConnection::TConnection() : fSocket(ConnectToEventSocket(SOCK_NONBLOCK)) {}
 
 void TConnection::Leave()
 {
@@ -115,8 +107,7 @@ void THostileClientsTest::TearDown()
         EXPECT_TRUE(daemon->IsRunning()) << daemon->Errors();
         Relay(2);
         EXPECT_TRUE(WaitUntil([this] { return Held() == fHeldBefore; })) << Held() << ", and before " << fHeldBefore;
-        daemon->Signal(SIGTERM);
-        EXPECT_EQ("exited 0", daemon->WaitForEnd()) << daemon->Errors();
+        EndDaemon(daemon.get());
         EXPECT_EQ("", daemon->Output() + daemon->Errors());
     }
     daemon.reset();

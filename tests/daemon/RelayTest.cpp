@@ -1,6 +1,7 @@
 // The daemon's main job from end to end: records leave the driver and arrive at every client.
 
 #include "tests/support/MachineTest.h"
+#include "tests/support/ProcessFigures.h"
 #include "tests/support/RunningDaemon.h"
 
 #include <algorithm>
@@ -44,20 +45,10 @@ protected:
 
     void TearDown() override
     {
-        EXPECT_TRUE(daemon->IsRunning()) << daemon->Errors();
-        daemon->Signal(SIGTERM);
-        EXPECT_EQ("exited 0", daemon->WaitForEnd()) << daemon->Errors();
+        EndDaemon(daemon.get());
         EXPECT_EQ("", daemon->Output() + daemon->Errors());
         daemon.reset();
         TMachineTest::TearDown();
-    }
-
-    std::size_t Fetches() const
-    {
-        std::size_t fetches = 0;
-        for (const lab::TDriverCall& call : machine.DriverCalls())
-            fetches += call.what.rfind("method 21", 0) == 0;
-        return fetches;
     }
 
     // What the daemon holds between two fetches, once it has dropped clients that have gone and looked at disks that came:
@@ -68,11 +59,11 @@ protected:
         EXPECT_TRUE(WaitUntil([this] { return ChildrenOf(daemon->Process()) == 0; }));
         machine.PostEvents({Event(99)});
         WaitUntil([this] { return machine.WaitingEvents() == 0; });
-        const std::size_t fetches = Fetches();
+        const std::size_t fetches = FetchesOf(machine);
         int fewest = DescriptorsOf(daemon->Process());
         WaitUntil([&] {
             fewest = std::min(fewest, DescriptorsOf(daemon->Process()));
-            return Fetches() >= fetches + 2;
+            return FetchesOf(machine) >= fetches + 2;
         });
         return fewest;
     }
@@ -120,9 +111,9 @@ TEST_F(Relay, ADriverThatIsUnloadedAndLoadedAgainGoesOn)
     ASSERT_EQ("", machine.PostEvents({Event(3)}));
     ASSERT_TRUE(listener.WaitForBytes(128));
     ASSERT_EQ("", machine.UnloadDriver());
-    const std::size_t fetches = Fetches();
+    const std::size_t fetches = FetchesOf(machine);
     WaitUntil([] { return false; }, 1.5);
-    EXPECT_EQ(fetches, Fetches());
+    EXPECT_EQ(fetches, FetchesOf(machine));
     const std::size_t runs = machine.ToolRuns().size();
     ASSERT_EQ("", machine.LoadDriver());
     ASSERT_EQ("", machine.PostEvents({Event(4)}));
@@ -283,9 +274,9 @@ TEST_F(IdleRelay, ItFetchesOnceASecondAndGrowsNothing)
     const int descriptors = SettledDescriptors();
     const std::string received = listener.Receive();
     const long kilobytes = ResidentKilobytesOf(daemon->Process());
-    const std::size_t firstFetches = Fetches();
+    const std::size_t firstFetches = FetchesOf(machine);
     const std::vector<lab::TDriverCall> before = machine.DriverCalls();
-    ASSERT_TRUE(WaitUntil([&] { return Fetches() >= firstFetches + 60; }, 150));
+    ASSERT_TRUE(WaitUntil([&] { return FetchesOf(machine) >= firstFetches + 60; }, 150));
     const double seconds = machine.DriverCalls().back().seconds - before.back().seconds;
 
     EXPECT_GE(seconds, 59.0) << "60 fetches never take less than a second each";
@@ -309,13 +300,13 @@ protected:
 TEST_F(RestlessRelay, ThousandsOfFetchesKeepNothing)
 {
     constexpr std::size_t kFetches = 2000;
-    ASSERT_TRUE(WaitUntil([this] { return Fetches() >= kFetches; }, 120));
+    ASSERT_TRUE(WaitUntil([this] { return FetchesOf(machine) >= kFetches; }, 120));
 
     // What is kept at every fetch shows in each stretch; what an allocator takes now and then does not.
     long least = std::numeric_limits<long>::max();
     for (std::size_t stretch = 2; stretch <= 4; ++stretch) {
         const long before = ResidentKilobytesOf(daemon->Process());
-        ASSERT_TRUE(WaitUntil([&] { return Fetches() >= stretch * kFetches; }, 120));
+        ASSERT_TRUE(WaitUntil([&] { return FetchesOf(machine) >= stretch * kFetches; }, 120));
         least = std::min(least, ResidentKilobytesOf(daemon->Process()) - before);
     }
 

@@ -18,8 +18,7 @@ protected:
             EXPECT_TRUE(daemon->IsRunning()) << daemon->Errors();
             EXPECT_TRUE(WaitUntil([this] { return ChildrenOf(daemon->Process()) == 0; }));
             listener->Leave();
-            daemon->Signal(SIGTERM);
-            EXPECT_EQ("exited 0", daemon->WaitForEnd()) << daemon->Errors();
+            EndDaemon(daemon.get());
         }
         TBootHelperTest::TearDown();
     }

@@ -84,9 +84,7 @@ protected:
     void TearDown() override
     {
         clients.reset();
-        EXPECT_TRUE(daemon->IsRunning()) << daemon->Errors();
-        daemon->Signal(SIGTERM);
-        EXPECT_EQ("exited 0", daemon->WaitForEnd()) << daemon->Errors();
+        EndDaemon(daemon.get());
         daemon.reset();
         TMachineTest::TearDown();
     }

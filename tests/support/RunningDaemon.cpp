@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <dirent.h>
 #include <fstream>
@@ -35,11 +36,9 @@ void StartLoginSession(const lab::TMachine& machine)
     ASSERT_EQ("", running.Start(start, &process));
 }
 
-// A descriptor connected to the daemon, or -1.
-static int Connect()
+int ConnectToEventSocket(int flags)
 {
-    // No program that the test starts may keep the connection open.
-    const int connected = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int connected = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0);
     struct sockaddr_un address;
     memset(&address, 0, sizeof address);
     address.sun_family = AF_UNIX;
@@ -53,7 +52,7 @@ static int Connect()
 bool WaitForEventSocket()
 {
     return WaitUntil([] {
-        const int connected = Connect();
+        const int connected = ConnectToEventSocket();
         if (connected == -1)
             return false;
         close(connected);
@@ -71,6 +70,13 @@ static int EntriesIn(const std::string& folder)
         entries += entry->d_name[0] != '.';
     closedir(open);
     return entries;
+}
+
+void EndDaemon(TRunningProgram* daemon)
+{
+    EXPECT_TRUE(daemon->IsRunning()) << daemon->Errors();
+    daemon->Signal(SIGTERM);
+    EXPECT_EQ("exited 0", daemon->WaitForEnd()) << daemon->Errors();
 }
 
 bool WaitForDisks(const lab::TMachine& machine, pid_t daemon, std::size_t runsBefore)
@@ -125,7 +131,7 @@ long ResidentKilobytesOf(pid_t process)
     return NumberInStatus(std::to_string(process), "VmRSS:");
 }
 
-TListener::TListener() : fSocket(Connect())
+TListener::TListener() : fSocket(ConnectToEventSocket())
 {
     EXPECT_NE(-1, fSocket) << "nobody listens at " << kEventSocket;
 }

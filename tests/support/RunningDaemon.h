@@ -25,8 +25,17 @@ std::vector<std::string> FaultyDaemonCommand();
 // A login session: a process named SystemUIServer.
 void StartLoginSession(const lab::TMachine& machine);
 
+// Connects to the daemon, with a descriptor that no program inherits.
+//
+// flags    socket types beside SOCK_STREAM, such as SOCK_NONBLOCK
+// returns  the descriptor, which the caller closes, or -1
+int ConnectToEventSocket(int flags = 0);
+
 // Polls until the daemon accepts connections.
 bool WaitForEventSocket();
+
+// Ends a daemon by SIGTERM: it must still run, and end with status 0.
+void EndDaemon(TRunningProgram* daemon);
 
 // Polls until the daemon has started and looked at every disk of the machine leopard: its RAID volume is the last that it
 // asks hfs.util about.

@@ -35,33 +35,33 @@ protected:
 
 TEST_F(SweptVolumes, AVolumeThatCannotBeMountedIsReported)
 {
-    TOperation("MountVolume", [] { return Text(MountVolume(kUnmounted, 1)); })
-        .Showing([this] { return PathOf(kUnmounted); })
-        .After([this] { Unmount(kUnmounted); })
-        .Gives("1 /Volumes/Boot OSX")
-        .GivesOnFailure("0 ")
-        .DespiteFailureOf({"IOObjectRelease"})
-        .Sweep();
-    TOperation("MountVolume, hidden", [] { return Text(MountVolume(kUnmounted, 0)); })
-        .Showing([this] { return PathOf(kUnmounted); })
-        .After([this] { Unmount(kUnmounted); })
-        .Gives("1 /Volumes/Boot OSX")
-        .GivesOnFailure("0 ")
-        .DespiteFailureOf({"IOObjectRelease"})
-        .Sweep();
+    for (const UInt32 browsable : {1u, 0u}) {
+        TOperation(browsable != 0 ? "MountVolume" : "MountVolume, hidden",
+                   [browsable] { return Text(MountVolume(kUnmounted, browsable)); })
+            .Showing([this] { return PathOf(kUnmounted); })
+            .After([this] { Unmount(kUnmounted); })
+            .Gives("1 /Volumes/Boot OSX")
+            .GivesOnFailure("0 ")
+            .DespiteFailureOf({"IOObjectRelease"})
+            .Sweep();
+    }
+}
+
+// Disk Arbitration refuses; then the path is looked for, with a session of its own. What comes of a look that fails.
+static void GiveWhenTheLookFails(TOperation* operation, const std::string& result)
+{
+    operation->GivesOnFailureOf("DASessionCreate", result, kByCaller, 2)
+        .GivesOnFailureOf("DADiskCreateFromBSDName", result, kByCaller, 2)
+        .GivesOnFailureOf("DADiskCopyDescription", result)
+        .GivesOnFailureOf("CFURLGetFileSystemRepresentation", result);
 }
 
 TEST_F(SweptVolumes, AVolumeThatIsMountedAlreadyIsMountedWhateverFails)
 {
-    // Disk Arbitration refuses; then the path is looked for, with a session of its own.
-    TOperation("MountVolume of a mounted one", [] { return Text(MountVolume(kMounted, 1)); })
-        .Gives("1")
-        .GivesOnFailure("1")
-        .GivesOnFailureOf("DASessionCreate", "0", kByCaller, 2)
-        .GivesOnFailureOf("DADiskCreateFromBSDName", "0", kByCaller, 2)
-        .GivesOnFailureOf("DADiskCopyDescription", "0")
-        .GivesOnFailureOf("CFURLGetFileSystemRepresentation", "0")
-        .Sweep();
+    TOperation mount("MountVolume of a mounted one", [] { return Text(MountVolume(kMounted, 1)); });
+    mount.Gives("1").GivesOnFailure("1");
+    GiveWhenTheLookFails(&mount, "0");
+    mount.Sweep();
 }
 
 TEST_F(SweptVolumes, AVolumeThatCannotBeUnmountedIsReported)
@@ -98,14 +98,10 @@ TEST_F(SweptVolumes, ARefusedUnmountLooksWhetherTheVolumeIsMounted)
 {
     // Whatever fails behind the refusal reads as not mounted, which is what was wanted.
     ASSERT_EQ("", machine.SetRefusals(kMounted, "unmount busy\n"));
-    TOperation("UnmountVolume, refused", [] { return Text(UnmountVolume(kMounted, 0)); })
-        .Gives("0")
-        .GivesOnFailure("0")
-        .GivesOnFailureOf("DASessionCreate", "1", kByCaller, 2)
-        .GivesOnFailureOf("DADiskCreateFromBSDName", "1", kByCaller, 2)
-        .GivesOnFailureOf("DADiskCopyDescription", "1")
-        .GivesOnFailureOf("CFURLGetFileSystemRepresentation", "1")
-        .Sweep();
+    TOperation unmount("UnmountVolume, refused", [] { return Text(UnmountVolume(kMounted, 0)); });
+    unmount.Gives("0").GivesOnFailure("0");
+    GiveWhenTheLookFails(&unmount, "1");
+    unmount.Sweep();
 }
 
 // Sessions that were left behind, where a search for lost memory finds them.
@@ -137,24 +133,22 @@ TEST_F(SweptVolumes, AVolumeThatCannotBeRenamedIsReported)
                         .Sweep();
 }
 
+// The result and the device's name, of a volume that is given by its path or its name.
+static std::string DeviceOf(const char* volume)
+{
+    char name[16] = "before";
+    const UInt32 result = ExtractBSDNameFromVolumeName(volume, name, sizeof name);
+    return Text(result) + " " + name;
+}
+
 TEST_F(SweptVolumes, AVolumeWhoseDeviceCannotBeFoundHasNone)
 {
-    TOperation("ExtractBSDNameFromVolumeName",
-               [] {
-                   char name[16] = "before";
-                   const UInt32 result = ExtractBSDNameFromVolumeName("/Volumes/Backup", name, sizeof name);
-                   return Text(result) + " " + name;
-               })
+    TOperation("ExtractBSDNameFromVolumeName", [] { return DeviceOf("/Volumes/Backup"); })
         .Gives("1 disk3s3")
         .GivesOnFailure("0 ")
         .GivesOnFailureOf("FSCompareFSRefs", "1 disk3s3", kByCaller, 1)   // another volume, as it is
         .Sweep();
-    TOperation("ExtractBSDNameFromVolumeName by name",
-               [] {
-                   char name[16] = "before";
-                   const UInt32 result = ExtractBSDNameFromVolumeName("Backup", name, sizeof name);
-                   return Text(result) + " " + name;
-               })
+    TOperation("ExtractBSDNameFromVolumeName by name", [] { return DeviceOf("Backup"); })
         .Gives("1 disk3s3")
         .GivesOnFailure("0 ")
         .GivesOnFailureOf("FSPathMakeRef", "1 disk3s3", kByCaller, 1)     // no path of anything, as it is
