@@ -40,3 +40,7 @@ if(HALVORIX_FUZZ)
     # of these programs is one whose answers are made up.
     add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize=vptr)
 endif()
+
+# For the programs that tell their version: it stands in project() and nowhere else.
+add_library(halvorix_version INTERFACE)
+target_compile_definitions(halvorix_version INTERFACE HALVORIX_VERSION="${PROJECT_VERSION}")
