@@ -127,6 +127,7 @@ std::string THostileClientsTest::Post(unsigned count)
         bytes += lab::TMachine::RecordBytes(event, event.flag);
         events.push_back(event);
     }
+    fHeardBeforePost = witness->Receive().size();
     EXPECT_EQ("", machine.PostEvents(events));
     posted += bytes;
     return bytes;
@@ -146,11 +147,10 @@ bool THostileClientsTest::WitnessHasAll()
 bool THostileClientsTest::StandsStill()
 {
     using TClock = std::chrono::steady_clock;
-    const std::size_t first = witness->Receive().size();
-    std::size_t heard = first;
+    std::size_t heard = fHeardBeforePost;
     auto since = TClock::now();
     return WaitUntil([&] {
-        if (heard != witness->Receive().size() || heard == first || machine.WaitingEvents() == 0) {
+        if (heard != witness->Receive().size() || heard == fHeardBeforePost || machine.WaitingEvents() == 0) {
             heard = witness->Receive().size();
             since = TClock::now();
         }

@@ -71,8 +71,9 @@ protected:
     // Waits until the witness has received everything that was posted, and says whether that is all it received.
     bool WitnessHasAll();
 
-    // Whether the daemon, once it has begun to relay, comes to stand still while events wait: the witness hears nothing for
-    // so long that it would have heard something from one that goes on, which makes no pause while events wait.
+    // Whether the daemon, once it has begun to relay what was posted last, comes to stand still while events wait: the
+    // witness hears nothing for so long that it would have heard something from one that goes on, which makes no pause
+    // while events wait.
     bool StandsStill();
 
     // What the daemon holds, in words: descriptors but for the machine's files, which are open while they are read, and
@@ -95,6 +96,7 @@ private:
 
     std::size_t fDescriptorsBefore = 0;
     std::string fHeldBefore;
+    std::size_t fHeardBeforePost = 0;   // the daemon may relay at once
     unsigned fEvents = 0;
 };
 
