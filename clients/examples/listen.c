@@ -1,4 +1,9 @@
-/* A small client of halvorixd in C: prints the type of each event. cc -I.. listen.c -o listen */
+/*
+ * A small client of halvorixd in C: prints the type of each event. cc -I.. listen.c -o listen
+ *
+ * The daemon waits for a client that does not read, and all others wait with it. So reading comes first, always; an event
+ * is worked on, here printed, only when that does not hold up the reading, or else it is counted as missed.
+ */
 
 #include "halvorixevent.h"
 
@@ -20,7 +25,7 @@ static int Connect(void)
     return connect(daemon, (struct sockaddr*)&address, sizeof address) == 0 ? daemon : -1;
 }
 
-/* Whether a short line can be printed without waiting: while we wait for a reader, the daemon waits for us. */
+/* Whether a short line can be printed without waiting. */
 static int OutputIsReady(void)
 {
     struct timeval now = {0, 0};

@@ -1,5 +1,8 @@
 #!/usr/bin/env python
 # A small client of halvorixd in Python, 2 or 3: prints the type of each event.
+#
+# The daemon waits for a client that does not read, and all others wait with it. So reading comes first, always; an event
+# is worked on, here printed, only when that does not hold up the reading, or else it is counted as missed.
 
 import os
 import select
@@ -11,7 +14,7 @@ SOCKET = "/tmp/com.halvorix.halvorixd/driverevents"
 SIZE = 128
 
 
-# Whether a short line can be printed without waiting: while we wait for a reader, the daemon waits for us.
+# Whether a short line can be printed without waiting.
 def output_is_ready():
     return len(select.select([], [sys.stdout], [], 0)[1]) == 1
 
