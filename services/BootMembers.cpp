@@ -21,10 +21,9 @@ CFArrayRef CreateBootMemberList(io_object_t volume)
     return static_cast<CFArrayRef>(property.Release());
 }
 
-// Finds a member's entry, which the caller releases; 0 when there is none.
-static io_registry_entry_t GetMemberEntry(CFTypeRef member)
+io_registry_entry_t GetBootMemberEntry(CFTypeRef element)
 {
-    const auto dictionary = CFTypeAs<CFDictionaryRef>(member, CFDictionaryGetTypeID());
+    const auto dictionary = CFTypeAs<CFDictionaryRef>(element, CFDictionaryGetTypeID());
     char path[kPathSize];
     if (dictionary == nullptr ||
         !ExtractASCII(CFDictionaryGetValue(dictionary, CFSTR("IOBootDevicePath")), path, sizeof path))
@@ -34,7 +33,7 @@ static io_registry_entry_t GetMemberEntry(CFTypeRef member)
 
 bool FindBootHelperPartition(CFTypeRef element, char (&bsdName)[kBootHelperNameSize])
 {
-    const TScopedIOObject entry(GetMemberEntry(element));
+    const TScopedIOObject entry(GetBootMemberEntry(element));
     if (!entry)
         return false;
     char member[kNameSize];
