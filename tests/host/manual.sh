@@ -1,14 +1,16 @@
 #!/usr/bin/env bash
-# The client that driverevents(5) shows compiles and hears the daemon, and halvorixevents(1) lists the options that there are.
+# The client that driverevents(5) shows compiles and hears the daemon, and pages of programs list the options that there are.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-build/native/bin/halvorixevents --help | grep -oE '^  --[a-z]+' | tr -d ' ' | sort >"$scratch/options"
-sed -nE 's/^\.It Fl (-[a-z]+).*/-\1/p' docs/man/halvorixevents.1 | sort >"$scratch/page"
-diff "$scratch/options" "$scratch/page" || { echo "--help (<) and the page (>) differ"; exit 1; }
+for program in halvorixevents halvorixstatus; do
+    "build/native/bin/$program" --help | grep -oE '^  --[a-z]+' | tr -d ' ' | sort >"$scratch/options"
+    sed -nE 's/^\.It Fl (-[a-z]+).*/-\1/p' "docs/man/$program.1" | sort >"$scratch/page"
+    diff "$scratch/options" "$scratch/page" || { echo "$program: --help (<) and the page (>) differ"; exit 1; }
+done
 
 build/native/bin/labctl create leopard "$scratch/mac" >/dev/null
 # The page writes a backslash as \e.
