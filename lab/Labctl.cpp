@@ -3,111 +3,36 @@
 #include "lab/Labctl.h"
 
 #include "lab/Files.h"
+#include "lab/LabctlCompletion.h"
+#include "lab/LabctlUsage.h"
 
-#include <cctype>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <unistd.h>
+
+using plist::TValue;
 
 namespace labctl {
 
-TOptions::TOptions(TWords* words, const TWords& known)
+// What stands before the subcommand.
+struct TGlobals
 {
-    TWords rest;
-    for (std::size_t i = 0; i < words->size(); ++i) {
-        const std::string& word = (*words)[i];
-        if (word.rfind("--", 0) != 0) {
-            rest.push_back(word);
-            continue;
-        }
-        bool found = false;
-        for (const std::string& name : known)
-            found = found || word == "--" + name;
-        if (!found)
-            throw TMisuse{"there is no option " + word};
-        if (i + 1 == words->size())
-            throw TMisuse{word + " needs a value"};
-        fValues.push_back({word.substr(2), (*words)[++i]});
-    }
-    *words = rest;
+    std::string folder;
+    bool json = false;
+};
+
+const std::vector<TCommand>& Commands()
+{
+    static const std::vector<TCommand> commands = [] {
+        std::vector<TCommand> all;
+        for (const auto* const some : {&MachineCommands(), &ProcessCommands(), &ToolCommands(), &DiskCommands()})
+            all.insert(all.end(), some->begin(), some->end());
+        return all;
+    }();
+    return commands;
 }
 
-bool TOptions::Has(const std::string& name) const
-{
-    for (const auto& value : fValues) {
-        if (value.first == name)
-            return true;
-    }
-    return false;
-}
-
-std::string TOptions::Text(const std::string& name, const std::string& otherwise) const
-{
-    std::string text = otherwise;
-    for (const auto& value : fValues) {
-        if (value.first == name)
-            text = value.second;
-    }
-    return text;
-}
-
-long long ReadNumber(const std::string& what, const std::string& text, long long lowest, long long highest)
-{
-    errno = 0;
-    char* end = nullptr;
-    const long long number = std::strtoll(text.c_str(), &end, 10);
-    if (text.empty() || *end != '\0' || errno != 0 || number < lowest || number > highest)
-        throw TMisuse{what + " is a whole number from " + std::to_string(lowest) + " to " + std::to_string(highest) +
-                      ", not \"" + text + "\""};
-    return number;
-}
-
-long long TOptions::Number(const std::string& name, long long otherwise, long long lowest, long long highest) const
-{
-    return Has(name) ? ReadNumber("--" + name, Text(name), lowest, highest) : otherwise;
-}
-
-std::string TOptions::Bytes(const std::string& name) const
-{
-    const std::string text = Text(name);
-    bool digits = text.size() % 2 == 0;
-    for (const char character : text)
-        digits = digits && std::isxdigit(static_cast<unsigned char>(character));
-    if (!digits)
-        throw TMisuse{"--" + name + " is pairs of hexadecimal digits, not \"" + text + "\""};
-    return lab::BytesFromHexadecimal(text);
-}
-
-int ReadSignal(const std::string& text)
-{
-    const std::string name = text.rfind("SIG", 0) == 0 ? text.substr(3) : text;
-    for (int number = 1; number < 32; ++number) {
-        const char* const known = sigabbrev_np(number);
-        if (known && name == known)
-            return number;
-    }
-    return static_cast<int>(ReadNumber("a signal that is no name such as TERM", text, 1, 64));
-}
-
-void ExpectWords(const TWords& words, std::size_t lowest, std::size_t highest)
-{
-    if (words.size() < lowest)
-        throw TMisuse{"something is missing"};
-    if (words.size() > highest)
-        throw TMisuse{"\"" + words[highest] + "\" is too much"};
-}
-
-int Report(const std::string& error)
-{
-    if (error.empty())
-        return 0;
-    std::fprintf(stderr, "labctl: %s\n", error.c_str());
-    return 1;
-}
-
-static const TCommand* FindCommand(const std::string& name)
+const TCommand* FindCommand(const std::string& name)
 {
     for (const TCommand& command : Commands()) {
         if (name == command.name)
@@ -116,88 +41,122 @@ static const TCommand* FindCommand(const std::string& name)
     return nullptr;
 }
 
-// Each form of a subcommand, whole, with what stands between them.
-static std::string Usage(const TCommand& command, const std::string& between)
+std::string MachinesFolder()
 {
-    std::string text;
-    for (const std::string& form : lab::SplitLines(command.usage))
-        text += (text.empty() ? "" : between) + "labctl " + command.name + (form.empty() ? "" : " ") + form;
-    return text.empty() ? std::string("labctl ") + command.name : text;
+    const char* const variable = std::getenv("HALVORIX_MACHINES");
+    return variable ? variable : HALVORIX_MACHINES_FOLDER;
 }
 
-static int Misuse(const std::string& text, const std::string& usage)
-{
-    std::fprintf(stderr, "labctl: %s; usage: %s\n", text.c_str(), usage.c_str());
-    return 2;
-}
-
-static const char kUsage[] = "labctl [--machine DIR] SUBCOMMAND";
-
-static int Help()
-{
-    std::printf("usage: %s\n\nShows and changes a simulated Mac. Inside the sandbox the machine is /machine; outside,\n"
-                "--machine or the variable HALVORIX_MACHINE names its folder.\n\n",
-                kUsage);
-    for (const TCommand& command : Commands())
-        std::printf("  %-10s %s\n", command.name, lab::Split(command.help, '\n')[0].c_str());
-    std::printf("\nlabctl SUBCOMMAND --help says more.\n");
-    return 0;
-}
-
-// The machine's folder, or empty with the reason printed.
-static std::string ChooseMachine(std::string folder)
+lab::TMachine ChooseMachine(const std::string& option)
 {
     const char* const variable = std::getenv("HALVORIX_MACHINE");
+    std::string folder = option;
     if (folder.empty())
         folder = access("/machine/name", F_OK) == 0 ? "/machine" : variable ? variable : "";
-    if (folder.empty()) {
-        Report("which machine? --machine DIR or the variable HALVORIX_MACHINE names its folder");
-        return "";
-    }
-    if (access((folder + "/name").c_str(), F_OK) != 0) {
-        Report(folder + " is no machine folder; labctl create NAME " + folder + " makes one");
-        return "";
-    }
-    return folder;
+    if (folder.empty())
+        throw TRefusal{"which machine? --machine DIR or the variable HALVORIX_MACHINE names its folder"};
+    if (access((folder + "/name").c_str(), F_OK) != 0)
+        throw TRefusal{folder + " is no machine folder; labctl create NAME " + folder + " makes one"};
+    return lab::TMachine(folder);
 }
 
-static int Run(const TCommand& command, const TWords& words, const std::string& folder)
+static int Print(const TGlobals& globals, const TAnswer& answer)
 {
-    if (!words.empty() && words[0] == "--help") {
-        std::printf("usage: %s\n\n%s\n", Usage(command, "\n       ").c_str(), command.help);
-        return 0;
+    const std::string text = globals.json ? lab::WriteJson(answer.value) + "\n" : answer.text;
+    // Whoever reads what does not arrive must not take it for all.
+    const bool arrived = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    if (!arrived)
+        std::perror("labctl: cannot print");
+    return arrived ? kDone : kNotDone;
+}
+
+// Tells what went wrong: a program finds it where it looks for the answer, a person where errors stand.
+static int Fail(const TGlobals& globals, int status, const std::string& text, const std::string& usage)
+{
+    if (!globals.json) {
+        std::fprintf(stderr, "labctl: %s%s\n", text.c_str(), usage.empty() ? "" : ("; usage: " + usage).c_str());
+        return status;
     }
-    lab::TMachine machine("");
-    if (command.needsMachine) {
-        const std::string chosen = ChooseMachine(folder);
-        if (chosen.empty())
-            return 1;
-        machine = lab::TMachine(chosen);
+    TValue value = lab::MakeObject({{"error", TValue::String(text)}, {"status", TValue::Integer(status)}});
+    if (!usage.empty())
+        value.Set("usage", TValue::String(usage));
+    const int printed = Print(globals, {"", value});
+    return printed == kDone ? status : printed;
+}
+
+// Whether --json stands among the words, for a call that is too wrong to be read. What is another's is not looked at.
+static bool AsksForJson(const TCommand& command, const TWords& words)
+{
+    for (const std::string& word : words) {
+        if (word == "--json")
+            return true;
+        if (word == "--" || (command.passesOn && word.rfind("--", 0) != 0))
+            return false;
     }
+    return false;
+}
+
+static int Run(TGlobals globals, const TCommand& command, TWords words)
+{
+    const std::string usage = UsageOf(command, " or ");
+    globals.json = globals.json || AsksForJson(command, words);
     try {
-        return command.run(machine, words);
+        const TOptions options(command, &words);
+        globals.json = globals.json || options.Has("json");
+        if (options.Has("help"))
+            return Print(globals, HelpFor(command));
+        lab::TMachine machine = command.needsMachine ? ChooseMachine(globals.folder) : lab::TMachine("");
+        return Print(globals, command.run({machine, words, options}));
+    } catch (const TRefusal& refusal) {
+        return Fail(globals, kNotDone, refusal.text, "");
     } catch (const TMisuse& misuse) {
-        return Misuse(misuse.text, Usage(command, " or "));
+        return Fail(globals, kCalledWrongly, misuse.text, usage);
     }
+}
+
+// Takes what stands before the subcommand out of the words. Returns what is wrong with it.
+static std::string TakeGlobals(TWords* words, TGlobals* globals)
+{
+    while (!words->empty() && ((*words)[0] == "--machine" || (*words)[0] == "--json")) {
+        const bool isFolder = (*words)[0] == "--machine";
+        if (isFolder && words->size() < 2)
+            return "--machine needs a folder";
+        globals->json = globals->json || !isFolder;
+        if (isFolder)
+            globals->folder = (*words)[1];
+        words->erase(words->begin(), words->begin() + (isFolder ? 2 : 1));
+    }
+    return words->empty() ? "a subcommand is missing, labctl --help lists them" : "";
+}
+
+static TAnswer Version()
+{
+    return {"labctl " HALVORIX_VERSION "\n",
+            lab::MakeObject({{"name", TValue::String("labctl")}, {"version", TValue::String(HALVORIX_VERSION)}})};
 }
 
 static int Main(TWords words)
 {
-    std::string folder;
-    while (!words.empty() && words[0] == "--machine") {
-        if (words.size() < 2)
-            return Misuse("--machine needs a folder", kUsage);
-        folder = words[1];
-        words.erase(words.begin(), words.begin() + 2);
-    }
-    if (words.empty())
-        return Misuse("a subcommand is missing, labctl --help lists them", kUsage);
+    TGlobals globals;
+    const std::string wrong = TakeGlobals(&words, &globals);
+    if (!wrong.empty())
+        return Fail(globals, kCalledWrongly, wrong, kUsage);
+    const TWords rest(words.begin() + 1, words.end());
     if (words[0] == "--help")
-        return Help();
+        return Print(globals, HelpForAll());
+    if (words[0] == "--version")
+        return Print(globals, Version());
+    if (words[0] == "--complete")
+        return Print(globals, Completions(rest));
     const TCommand* const command = FindCommand(words[0]);
-    if (!command)
-        return Misuse("there is no subcommand " + words[0] + ", labctl --help lists them", kUsage);
-    return Run(*command, {words.begin() + 1, words.end()}, folder);
+    if (command)
+        return Run(globals, *command, rest);
+    TWords names{"--machine", "--json", "--help", "--version"};
+    for (const TCommand& each : Commands())
+        names.push_back(each.name);
+    return Fail(globals, kCalledWrongly,
+                "there is no subcommand " + words[0] + Suggestion(words[0], names) + ", labctl --help lists them",
+                kUsage);
 }
 
 }   // namespace labctl

@@ -2,6 +2,7 @@
 
 #include "lab/Files.h"
 #include "lab/Labctl.h"
+#include "lab/LabctlUsage.h"
 #include "lab/Registry.h"
 
 #include <algorithm>
@@ -36,9 +37,8 @@ static std::string MakeVolume(TMachine& machine, const std::string& bsdName, con
     return error.empty() && options.Has("identity-of") ? SetIdentity(machine, bsdName, original) : error;
 }
 
-static int Attach(TMachine& machine, TWords words)
+static void Attach(TMachine& machine, const TWords& words, const TOptions& options)
 {
-    const TOptions options(&words, {"below", "size", "volume", "kind", "identity-of"});
     ExpectWords(words, 1, 1);
     const std::string& bsdName = words[0];
     const std::string below = options.Text("below");
@@ -48,114 +48,147 @@ static int Attach(TMachine& machine, TWords words)
             throw TMisuse{"--" + std::string(option) + " needs --volume"};
     }
     // The volume first: who sees the disk come looks at what is on it.
-    std::string error;
     lab::TRegistry registry(machine.Folder());
     const bool comes = !registry.FindMedium(bsdName).entry && (below.empty() || registry.FindMedium(below).entry);
     if (options.Has("volume") && comes)
-        error = MakeVolume(machine, bsdName, options);
-    if (error.empty())
-        error = machine.AddMedium(bsdName, below, size, below.empty());
+        RefuseIf(MakeVolume(machine, bsdName, options));
+    RefuseIf(machine.AddMedium(bsdName, below, size, below.empty()));
     // As a Mac does with a disk that comes.
-    if (error.empty() && machine.IsRunning() && !machine.Volume(bsdName).entries.empty())
-        error = machine.MountVolume(bsdName);
-    return Report(error);
+    if (machine.IsRunning() && !machine.Volume(bsdName).entries.empty())
+        RefuseIf(machine.MountVolume(bsdName));
 }
 
-static int Detach(TMachine& machine, const TWords& words)
+static void Detach(TMachine& machine, const TWords& words)
 {
     ExpectWords(words, 1, 1);
-    std::string error = machine.RemoveMedium(words[0]);
-    if (!error.empty() || !machine.IsRunning())
-        return Report(error);
+    RefuseIf(machine.RemoveMedium(words[0]));
+    if (!machine.IsRunning())
+        return;
     // What was mounted from it or from a partition of it is gone, whoever uses it.
     const std::vector<std::string> left = lab::TRegistry(machine.Folder()).MediumNames();
     for (const lab::TMount& mount : machine.Mounts()) {
-        if (std::find(left.begin(), left.end(), mount.bsdName) == left.end() && mount.path != "/" && error.empty())
-            error = machine.UnmountVolume(mount.bsdName, true);
+        if (std::find(left.begin(), left.end(), mount.bsdName) == left.end() && mount.path != "/")
+            RefuseIf(machine.UnmountVolume(mount.bsdName, true));
     }
-    return Report(error);
 }
 
-static int Disk(TMachine& machine, const TWords& words)
+static TAnswer Disk(const TCall& call)
 {
-    ExpectWords(words, 2, SIZE_MAX);
-    const TWords rest(words.begin() + 1, words.end());
-    if (words[0] == "attach")
-        return Attach(machine, rest);
-    if (words[0] == "detach")
-        return Detach(machine, rest);
-    throw TMisuse{"a disk is attached or detached, it cannot " + words[0]};
+    ExpectWords(call.words, 2, SIZE_MAX);
+    const std::string& what = call.words[0];
+    const TWords rest(call.words.begin() + 1, call.words.end());
+    if (what == "attach")
+        Attach(call.machine, rest, call.options);
+    else if (what == "detach")
+        Detach(call.machine, rest);
+    else
+        throw TMisuse{"a disk is attached or detached, it cannot " + what + Suggestion(what, {"attach", "detach"})};
+    return {};
 }
 
 // Volumes
 
-static int ListVolumes(const TMachine& machine)
+static TAnswer ListVolumes(const TMachine& machine)
 {
+    TAnswer answer{"", TValue::Array()};
     for (const std::string& bsdName : lab::NamesInFolder(machine.Folder() + "/volumes")) {
         const TValue volume = machine.Volume(bsdName);
         if (volume.entries.empty())
             continue;
+        const std::string kind = lab::TextOf(volume, "Kind");
+        const std::string name = lab::TextOf(volume, "Name");
         const std::string path = machine.MountPath(bsdName);
-        std::printf("%-10s %-6s %-24s %s\n", bsdName.c_str(), lab::TextOf(volume, "Kind").c_str(),
-                    lab::Escape(lab::TextOf(volume, "Name")).c_str(), path.empty() ? "not mounted" : path.c_str());
+        char line[64];
+        std::snprintf(line, sizeof line, "%-10s %-6s ", bsdName.c_str(), kind.c_str());
+        const std::string shown = lab::Escape(name);
+        answer.text += line + shown + std::string(shown.size() < 24 ? 25 - shown.size() : 1, ' ') +
+                       (path.empty() ? "not mounted" : path) + "\n";
+        TValue row = lab::MakeObject(
+            {{"disk", TValue::String(bsdName)}, {"kind", TValue::String(kind)}, {"name", TValue::String(name)}});
+        if (!path.empty())
+            row.Set("mounted-at", TValue::String(path));
+        answer.value.items.push_back(row);
     }
-    return 0;
+    return answer;
 }
 
-// The volume of a disk; when there is none, `error` says which there are.
-static TValue FindVolume(const TMachine& machine, const std::string& bsdName, std::string* error)
+// The volume of a disk; when there is none, the refusal says which there are.
+static TValue FindVolume(const TMachine& machine, const std::string& bsdName)
 {
     TValue volume = machine.Volume(bsdName);
     if (volume.entries.empty())
-        *error = "there is no volume on " + bsdName + "; the machine has them on " +
-                 lab::InWords(lab::NamesInFolder(machine.Folder() + "/volumes"));
+        throw TRefusal{"there is no volume on " + bsdName + "; the machine has them on " +
+                       lab::InWords(lab::NamesInFolder(machine.Folder() + "/volumes"))};
     return volume;
 }
 
-static int ShowVolume(const TMachine& machine, const std::string& bsdName)
+static TAnswer ShowVolume(const TMachine& machine, const std::string& bsdName)
 {
-    std::string error;
-    const TValue volume = FindVolume(machine, bsdName, &error);
-    if (!error.empty())
-        return Report(error);
-    for (const auto& property : volume.entries) {
+    TAnswer answer{"", FindVolume(machine, bsdName)};
+    for (const auto& property : answer.value.entries) {
         const bool isTruth = property.second.kind == plist::Kind::kBoolean;
-        std::printf("%s: %s\n", property.first.c_str(),
-                    isTruth ? property.second.boolean ? "true" : "false" : lab::Escape(property.second.text).c_str());
+        answer.text += property.first + ": " +
+                       (isTruth ? property.second.boolean ? "true" : "false" : lab::Escape(property.second.text)) +
+                       "\n";
     }
     for (const lab::TMount& mount : machine.Mounts()) {
         if (mount.bsdName != bsdName)
             continue;
-        std::printf("mounted at: %s, number %d\n", mount.path.c_str(), mount.number);
+        answer.text += "mounted at: " + mount.path + ", number " + std::to_string(mount.number) + "\n";
         for (const std::string& option : mount.options)
-            std::printf("mount option: %s\n", option.c_str());
+            answer.text += "mount option: " + option + "\n";
+        answer.value.Set("mounted-at", TValue::String(mount.path));
+        answer.value.Set("number", TValue::Integer(mount.number));
+        answer.value.Set("mount-options", lab::MakeTexts(mount.options));
     }
-    for (const std::string& line : lab::SplitLines(machine.ReadText("volumes/" + bsdName + "/refuse")))
-        std::printf("refused: %s\n", line.c_str());
-    return 0;
+    const TWords refusals = lab::SplitLines(machine.ReadText("volumes/" + bsdName + "/refuse"));
+    for (const std::string& line : refusals)
+        answer.text += "refused: " + line + "\n";
+    answer.value.Set("refused", lab::MakeTexts(refusals));
+    return answer;
+}
+
+static const TWords& TextKeys()
+{
+    static const TWords keys{"Name", "Kind", "Identifier", "UUID", "Blessed Folder"};
+    return keys;
+}
+
+static const TWords& TruthKeys()
+{
+    static const TWords keys{"Owners", "Journaled", "Indexed", "Read Only"};
+    return keys;
+}
+
+TWords VolumeKeys()
+{
+    TWords keys = TextKeys();
+    keys.insert(keys.end(), TruthKeys().begin(), TruthKeys().end());
+    return keys;
 }
 
 // A property's value as its key wants it, or misuse.
 static TValue VolumeProperty(const std::string& key, const std::string& text)
 {
-    const TWords texts{"Name", "Kind", "Identifier", "UUID", "Blessed Folder"};
-    const TWords truths{"Owners", "Journaled", "Indexed", "Read Only"};
+    const TWords& texts = TextKeys();
+    const TWords& truths = TruthKeys();
     if (std::find(texts.begin(), texts.end(), key) != texts.end())
         return TValue::String(text);
     if (std::find(truths.begin(), truths.end(), key) == truths.end())
-        throw TMisuse{"a volume has no property " + key + "; it has " + lab::InWords(texts) +
-                      ", which are texts, and " + lab::InWords(truths) + ", which are true or false"};
+        throw TMisuse{"a volume has no property " + key + Suggestion(key, VolumeKeys()) + "; it has " +
+                      lab::InWords(texts) + ", which are texts, and " + lab::InWords(truths) +
+                      ", which are true or false"};
     if (text != "true" && text != "false")
         throw TMisuse{key + " is true or false, not \"" + text + "\""};
     return TValue::Boolean(text == "true");
 }
 
-static int Volume(TMachine& machine, const TWords& allWords)
+static TAnswer Volume(const TCall& call)
 {
-    TWords words = allWords;
-    const TOptions options(&words, {"kind"});
+    const TWords& words = call.words;
+    TMachine& machine = call.machine;
     const std::string what = words.empty() ? "list" : words[0];
-    if (options.Has("kind") && what != "add")
+    if (call.options.Has("kind") && what != "add")
         throw TMisuse{"--kind is for a volume that is added"};
     if (what == "list") {
         ExpectWords(words, 0, 1);
@@ -170,105 +203,115 @@ static int Volume(TMachine& machine, const TWords& allWords)
     if (what == "add") {
         ExpectWords(words, 3, 3);
         if (!machine.MountPath(bsdName).empty())
-            return Report(bsdName + " is mounted, so it cannot be erased; labctl unmount " + bsdName + " unmounts it");
-        return Report(machine.AddVolume(bsdName, words[2], options.Text("kind", "hfs")));
+            throw TRefusal{bsdName + " is mounted, so it cannot be erased; labctl unmount " + bsdName + " unmounts it"};
+        RefuseIf(machine.AddVolume(bsdName, words[2], call.options.Text("kind", "hfs")));
+        return {};
     }
     if (what == "set") {
         ExpectWords(words, 4, 4);
-        return Report(machine.SetVolumeProperty(bsdName, words[2], VolumeProperty(words[2], words[3])));
+        RefuseIf(machine.SetVolumeProperty(bsdName, words[2], VolumeProperty(words[2], words[3])));
+        return {};
     }
     if (what != "unset")
-        throw TMisuse{"volumes are listed, shown, added, set and unset, not " + what};
+        throw TMisuse{"volumes are listed, shown, added, set and unset, not " + what +
+                      Suggestion(what, {"list", "show", "add", "set", "unset"})};
     ExpectWords(words, 3, 3);
-    return Report(machine.RemoveVolumeProperty(bsdName, words[2]));
+    RefuseIf(machine.RemoveVolumeProperty(bsdName, words[2]));
+    return {};
 }
 
-// Reports, or prints where the volume is mounted now.
-static int ReportPath(const TMachine& machine, const std::string& bsdName, const std::string& error)
+// Where a volume is mounted now, when there was no error.
+static TAnswer PathAnswer(const TMachine& machine, const std::string& bsdName, const std::string& error)
 {
-    if (error.empty())
-        std::printf("%s\n", machine.MountPath(bsdName).c_str());
-    return Report(error);
+    RefuseIf(error);
+    const std::string path = machine.MountPath(bsdName);
+    return {path + "\n", lab::MakeObject({{"mounted-at", TValue::String(path)}})};
 }
 
-static int Mount(TMachine& machine, const TWords& words)
+static TAnswer Mount(const TCall& call)
 {
-    ExpectWords(words, 1, SIZE_MAX);
-    return ReportPath(machine, words[0], machine.MountVolume(words[0], {words.begin() + 1, words.end()}));
+    ExpectWords(call.words, 1, SIZE_MAX);
+    const std::string& bsdName = call.words[0];
+    return PathAnswer(call.machine, bsdName,
+                      call.machine.MountVolume(bsdName, {call.words.begin() + 1, call.words.end()}));
 }
 
-static int Unmount(TMachine& machine, const TWords& allWords)
+static TAnswer Unmount(const TCall& call)
 {
-    TWords words = allWords;
-    const auto option = std::find(words.begin(), words.end(), "--force");
-    const bool force = option != words.end();
-    if (force)
-        words.erase(option);
-    ExpectWords(words, 1, 1);
-    const std::string error = machine.UnmountVolume(words[0], force);
+    ExpectWords(call.words, 1, 1);
+    const std::string error = call.machine.UnmountVolume(call.words[0], call.options.Has("force"));
     const bool isUsed = error.find("a program uses it") != std::string::npos;
-    return Report(isUsed ? error + "; --force unmounts it nevertheless" : error);
+    RefuseIf(isUsed ? error + "; --force unmounts it nevertheless" : error);
+    return {};
 }
 
-static int Rename(TMachine& machine, const TWords& words)
+static TAnswer Rename(const TCall& call)
 {
-    ExpectWords(words, 2, 2);
-    return ReportPath(machine, words[0], machine.RenameVolume(words[0], words[1]));
+    ExpectWords(call.words, 2, 2);
+    return PathAnswer(call.machine, call.words[0], call.machine.RenameVolume(call.words[0], call.words[1]));
 }
 
-static int Refuse(TMachine& machine, const TWords& words)
+static TAnswer Refuse(const TCall& call)
 {
-    ExpectWords(words, 2, SIZE_MAX);
+    ExpectWords(call.words, 2, SIZE_MAX);
     std::string lines;
-    for (std::size_t i = 1; i < words.size(); ++i)
-        lines += words[i] + "\n";
-    return Report(machine.SetRefusals(words[0], lines == "nothing\n" ? "" : lines));
+    for (std::size_t i = 1; i < call.words.size(); ++i)
+        lines += call.words[i] + "\n";
+    RefuseIf(call.machine.SetRefusals(call.words[0], lines == "nothing\n" ? "" : lines));
+    return {};
 }
 
 // The firmware
 
-static int Nvram(TMachine& machine, const TWords& words)
+static TAnswer Nvram(const TCall& call)
 {
-    ExpectWords(words, 0, 1);
-    lab::TRegistry registry(machine.Folder());
+    ExpectWords(call.words, 0, 1);
+    lab::TRegistry registry(call.machine.Folder());
     const TValue* const options = registry.Error().empty() ? registry.AtDeviceTreePath("/options") : nullptr;
     if (!options)
-        return Report("the device tree has no entry /options, where firmware variables are");
+        throw TRefusal{"the device tree has no entry /options, where firmware variables are"};
     TWords names;
     for (const auto& property : options->entries) {
         if (property.first.rfind("IO", 0) != 0)   // what makes up the tree
             names.push_back(property.first);
     }
-    if (!words.empty() && std::find(names.begin(), names.end(), words[0]) == names.end())
-        return Report("there is no firmware variable " + words[0] + "; there are " + lab::InWords(names));
-    for (const std::string& name : words.empty() ? names : words)
-        std::printf("%s\t%s\n", name.c_str(), machine.FirmwareVariable(name).c_str());
-    return 0;
+    const std::string wanted = call.words.empty() ? "" : call.words[0];
+    if (!call.words.empty() && std::find(names.begin(), names.end(), wanted) == names.end())
+        throw TRefusal{"there is no firmware variable " + wanted + Suggestion(wanted, names) + "; there are " +
+                       lab::InWords(names)};
+    TAnswer answer;
+    for (const std::string& name : call.words.empty() ? names : call.words) {
+        const std::string value = call.machine.FirmwareVariable(name);
+        answer.text += name + "\t" + value + "\n";
+        answer.value.Set(name, TValue::String(value));
+    }
+    return answer;
 }
 
 const std::vector<TCommand>& DiskCommands()
 {
     static const std::vector<TCommand> commands{
         {"disk",
-         "attach NAME [--below NAME] [--size BYTES] [--volume NAME [--kind KIND] [--identity-of DISK]]\ndetach NAME",
-         "Adds a disk to the I/O Registry, or removes it and what is below it.\n"
+         "attach NAME [--below DISK] [--size BYTES] [--volume NAME [--kind KIND] [--identity-of DISK]]\ndetach DISK",
+         "Adds a disk to the I/O Registry, or removes it and what is below it.",
          "Below another disk it is a partition of that. With --volume it holds a new volume of that name, with\n"
          "--identity-of one that hfs.util cannot tell from the other disk's. A volume on a disk that comes is\n"
          "mounted, and on a disk that goes unmounted, as by a Mac.",
-         true, Disk},
+         true, false, Disk},
         {"volume", "[list]\nshow DISK\nadd DISK NAME [--kind KIND]\nset DISK KEY VALUE\nunset DISK KEY",
-         "Lists the volumes, shows what one is, makes an empty one, or changes what it is.\nThe kind is hfs when not "
-         "given; others are ufs, msdos, cd9660 and udf. What is added is not mounted.",
-         true, Volume},
-        {"mount", "DISK [OPTION...]", "Mounts the volume on a disk and prints where.", true, Mount},
-        {"unmount", "DISK [--force]", "Unmounts the volume on a disk; with --force, whoever uses it.", true, Unmount},
-        {"rename", "DISK NAME", "Renames the volume on a disk that is mounted, and prints where it is then.", true,
-         Rename},
+         "Lists the volumes, shows what one is, makes an empty one, or changes what it is.",
+         "The kind is hfs when not given; others are ufs, msdos, cd9660 and udf. What is added is not mounted.", true,
+         false, Volume},
+        {"mount", "DISK [OPTION...]", "Mounts the volume on a disk and prints where.", "", true, false, Mount},
+        {"unmount", "DISK [--force]", "Unmounts the volume on a disk; with --force, whoever uses it.", "", true, false,
+         Unmount},
+        {"rename", "DISK NAME", "Renames the volume on a disk that is mounted, and prints where it is then.", "", true,
+         false, Rename},
         {"refuse", "DISK LINE...\nDISK nothing",
-         "Has Disk Arbitration refuse requests about a disk, delay its answers, or refuse nothing any more.\nA line is "
-         "mount REASON, unmount REASON, rename REASON, claim REASON or delay MILLISECONDS.",
-         true, Refuse},
-        {"nvram", "[NAME]", "Lists the firmware's variables, or one of them.", true, Nvram},
+         "Has Disk Arbitration refuse requests about a disk, delay its answers, or refuse nothing any more.",
+         "A line is mount REASON, unmount REASON, rename REASON, claim REASON or delay MILLISECONDS.", true, false,
+         Refuse},
+        {"nvram", "[VARIABLE]", "Lists the firmware's variables, or one of them.", "", true, false, Nvram},
     };
     return commands;
 }

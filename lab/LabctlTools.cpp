@@ -2,11 +2,12 @@
 
 #include "lab/Files.h"
 #include "lab/Labctl.h"
+#include "lab/LabctlUsage.h"
 
 #include <climits>
 #include <cstdio>
 
-using lab::TMachine;
+using plist::TValue;
 
 namespace labctl {
 
@@ -20,7 +21,8 @@ static std::string BehaviourLine(const TWords& words)
     }
     if (what != "exit" && what != "signal" && what != "print" && what != "fill")
         throw TMisuse{"a tool is missing, works, or is told to exit, signal, print, fill, hang or behave, not to " +
-                      what};
+                      what +
+                      Suggestion(what, {"missing", "works", "exit", "signal", "print", "fill", "hang", "behave"})};
     ExpectWords(words, 2, 2);
     if (what == "exit")
         return "exit " + std::to_string(ReadNumber("an exit status", words[1], 0, 255));
@@ -31,13 +33,15 @@ static std::string BehaviourLine(const TWords& words)
     return "print " + words[1];
 }
 
-static int Tool(TMachine& machine, const TWords& words)
+static TAnswer Tool(const TCall& call)
 {
+    const TWords& words = call.words;
     ExpectWords(words, 2, SIZE_MAX);
     const std::string& tool = words[0];
     if (words[1] == "missing") {
         ExpectWords(words, 2, 2);
-        return Report(machine.SetToolMissing(tool, true));
+        RefuseIf(call.machine.SetToolMissing(tool, true));
+        return {};
     }
     std::string lines;
     if (words[1] == "behave") {
@@ -50,34 +54,42 @@ static int Tool(TMachine& machine, const TWords& words)
         lines = BehaviourLine({words.begin() + 1, words.end()});
     }
     // A tool that is told what to do is there to do it.
-    const std::string error = machine.SetToolMissing(tool, false);
-    return Report(error.empty() ? machine.SetToolBehaviour(tool, lines) : error);
+    RefuseIf(call.machine.SetToolMissing(tool, false));
+    RefuseIf(call.machine.SetToolBehaviour(tool, lines));
+    return {};
 }
 
-static int Tools(TMachine& machine, const TWords& words)
+static TAnswer Tools(const TCall& call)
 {
-    ExpectWords(words, 0, 0);
-    for (const lab::TToolRun& run : machine.ToolRuns()) {
-        std::printf("%14.6f %5d  %s", run.seconds, static_cast<int>(run.process), lab::Escape(run.path).c_str());
+    ExpectWords(call.words, 0, 0);
+    TAnswer answer{"", TValue::Array()};
+    for (const lab::TToolRun& run : call.machine.ToolRuns()) {
+        char line[64];
+        std::snprintf(line, sizeof line, "%14.6f %5d  ", run.seconds, static_cast<int>(run.process));
+        answer.text += line + lab::Escape(run.path);
         for (const std::string& argument : run.arguments)
-            std::printf(" \"%s\"", lab::Escape(argument).c_str());
-        std::printf("\n");
+            answer.text += " \"" + lab::Escape(argument) + "\"";
+        answer.text += "\n";
+        answer.value.items.push_back(lab::MakeObject({{"seconds", lab::MakeReal(run.seconds)},
+                                                      {"pid", TValue::Integer(run.process)},
+                                                      {"path", TValue::String(run.path)},
+                                                      {"arguments", lab::MakeTexts(run.arguments)}}));
     }
-    return 0;
+    return answer;
 }
 
 const std::vector<TCommand>& ToolCommands()
 {
     static const std::vector<TCommand> commands{
-        {"tool", "NAME missing|works|hang\nNAME exit STATUS|signal SIGNAL|print TEXT|fill BYTES\nNAME behave LINE...",
-         "Takes a tool away, lets it do its work again, or tells it what to do instead.\nIt ends at once with a status "
-         "or "
-         "by a signal, prints a text (\\x0a is a line feed), fills its output\nwith bytes, or never ends. Of several "
-         "lines "
-         "each is carried out in its order: print TEXT,\nprint-file PATH, fill COUNT, hang, signal NUMBER, exit "
-         "STATUS.",
-         true, Tool},
-        {"tools", "", "Lists every run of a tool with its exact arguments.", true, Tools},
+        {"tool",
+         "TOOL missing|works|hang\nTOOL exit STATUS\nTOOL signal SIGNAL\nTOOL print TEXT\nTOOL fill BYTES\n"
+         "TOOL behave LINE...",
+         "Takes a tool away, lets it do its work again, or tells it what to do instead.",
+         "It ends at once with a status or by a signal, prints a text (\\x0a is a line feed), fills its output\n"
+         "with bytes, or never ends. Of several lines each is carried out in its order: print TEXT,\n"
+         "print-file PATH, fill COUNT, hang, signal NUMBER, exit STATUS.",
+         true, true, Tool},
+        {"tools", "", "Lists every run of a tool with its exact arguments.", "", true, false, Tools},
     };
     return commands;
 }

@@ -209,5 +209,20 @@ TEST_F(LabctlDisk, TheTreeShowsVolumesAndWhereTheyAreMounted)
 {
     ASSERT_EQ("exited 0", Run({"tree"}));
     EXPECT_TRUE(OutputHas("Apple_HFS, volume Backup (hfs) at /Volumes/Backup\n")) << output;
-    EXPECT_TRUE(OutputHas("Apple_Boot, volume Boot OSX (hfs) not mounted\n")) << output;
+    EXPECT_TRUE(OutputHas("Apple_Boot, boot helper, boot device, volume Boot OSX (hfs) not mounted\n")) << output;
+}
+
+TEST_F(LabctlDisk, TheTreeShowsWhichPartitionsAreMembersOfARAIDVolume)
+{
+    ASSERT_EQ("exited 0", Run({"tree"}));
+    EXPECT_TRUE(OutputHas("disk0s4  Halvorix, 232.8 GB, Halvorix_RAID, RAID member of disk2s3\n")) << output;
+    EXPECT_TRUE(
+        OutputHas("disk1s2  Halvorix, 232.5 GB, 5C5D1F40-7B3E-4B0A-9E61-2F8A37C0D915, RAID member of disk2s3\n"))
+        << output;
+    EXPECT_TRUE(OutputHas("`-- boot members: disk0s4 and disk1s2\n")) << output;
+
+    // A member that no volume can be started from is one nevertheless.
+    ASSERT_EQ("", machine.RemoveProperty("disk2s3", "IOBootDevice"));
+    ASSERT_EQ("exited 0", Run({"tree"}));
+    EXPECT_TRUE(OutputHas("Halvorix_RAID, RAID member\n")) << output;
 }

@@ -274,7 +274,7 @@ TEST_F(Labctl, AFolderThatIsNoMachineIsRefused)
 {
     ExpectRefusal({"--machine", "/tmp", "tree"}, "/tmp is no machine folder; labctl create NAME /tmp makes one");
     EXPECT_EQ("exited 2", Run({"--machine"}));
-    EXPECT_EQ("labctl: --machine needs a folder; usage: labctl [--machine DIR] SUBCOMMAND\n", errors);
+    EXPECT_EQ("labctl: --machine needs a folder; usage: labctl [--machine DIR] [--json] SUBCOMMAND\n", errors);
 }
 
 TEST_F(Labctl, AMachineThatDoesNotRunStartsNothing)
@@ -287,11 +287,12 @@ TEST_F(Labctl, AMachineThatDoesNotRunStartsNothing)
 TEST_F(Labctl, SubcommandsThatAreUnknownOrMissingAreRefused)
 {
     EXPECT_EQ("exited 2", Run({"fly"}));
-    EXPECT_EQ(
-        "labctl: there is no subcommand fly, labctl --help lists them; usage: labctl [--machine DIR] SUBCOMMAND\n",
-        errors);
+    EXPECT_EQ("labctl: there is no subcommand fly, labctl --help lists them; usage: labctl [--machine DIR] [--json] "
+              "SUBCOMMAND\n",
+              errors);
     EXPECT_EQ("exited 2", Run({}));
-    EXPECT_EQ("labctl: a subcommand is missing, labctl --help lists them; usage: labctl [--machine DIR] SUBCOMMAND\n",
+    EXPECT_EQ("labctl: a subcommand is missing, labctl --help lists them; usage: labctl [--machine DIR] [--json] "
+              "SUBCOMMAND\n",
               errors);
     for (const char* const command : {"queue", "tools", "tree", "processes"})
         ExpectMisuse({command, "more"}, "\"more\" is too much");
@@ -300,11 +301,11 @@ TEST_F(Labctl, SubcommandsThatAreUnknownOrMissingAreRefused)
 TEST_F(Labctl, HelpListsEverySubcommandAndEachExplainsItself)
 {
     ASSERT_EQ("exited 0", Run({"--help"}));
-    EXPECT_EQ(0u, output.find("usage: labctl [--machine DIR] SUBCOMMAND\n"));
+    EXPECT_EQ(0u, output.find("usage: labctl [--machine DIR] [--json] SUBCOMMAND\n"));
     const std::string list = output;
-    for (const char* const command :
-         {"tree", "create", "start", "stop", "signal", "processes", "driver", "post", "queue", "tool", "tools", "disk",
-          "volume", "mount", "unmount", "rename", "refuse", "nvram"}) {
+    for (const char* const command : {"tree",   "create",    "import", "help",    "completion", "start",  "stop",
+                                      "signal", "processes", "driver", "post",    "queue",      "tool",   "tools",
+                                      "disk",   "volume",    "mount",  "unmount", "rename",     "refuse", "nvram"}) {
         EXPECT_NE(std::string::npos, list.find(std::string("\n  ") + command + " ")) << command;
         EXPECT_EQ("exited 0", Run({command, "--help"}));
         EXPECT_EQ(0u, output.find(std::string("usage: labctl ") + command)) << output;
