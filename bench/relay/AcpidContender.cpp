@@ -3,6 +3,7 @@
 #include "bench/relay/Contender.h"
 
 #include "bench/Child.h"
+#include "bench/Sockets.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -51,10 +51,4 @@ std::unique_ptr<TContender> MakeAcpidContender();
 std::unique_ptr<TContender> MakeDBusContender();
 std::unique_ptr<TContender> MakeZeroMQContender();
 
-// Connects to a socket with this path. Returns the descriptor, or -1.
-int ConnectTo(const std::string& path);
-
-// The same, again and again until somebody listens there.
-int ConnectWhenItListens(const std::string& path);
-
 #endif

@@ -6,6 +6,7 @@
 #include "bench/relay/Contender.h"
 
 #include "bench/Child.h"
+#include "bench/Sockets.h"
 
 #include <dbus/dbus.h>
 #include <fstream>

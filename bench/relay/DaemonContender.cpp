@@ -3,6 +3,7 @@
 #include "bench/relay/Contender.h"
 
 #include "bench/Daemon.h"
+#include "bench/Sockets.h"
 #include "lab/Machine.h"
 
 static constexpr std::int32_t kTypeForClients = 5;

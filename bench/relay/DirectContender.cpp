@@ -5,6 +5,7 @@
 
 #include "bench/Child.h"
 #include "bench/Daemon.h"
+#include "bench/Sockets.h"
 #include "daemon/DriverEventServer.h"
 
 #include <algorithm>

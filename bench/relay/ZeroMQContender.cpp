@@ -5,6 +5,7 @@
 #include "bench/relay/Contender.h"
 
 #include "bench/Child.h"
+#include "bench/Sockets.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
