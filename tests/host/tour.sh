@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# ./run shows what the daemon does on each system and says so, and it fails when the daemon does not do it.
+# ./run shows what the daemon does on each system and says so, as the README shows it, and it fails when the daemon does not do
+# it.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 
@@ -17,6 +18,9 @@ for mac in leopard tiger panther; do
     grep -q '^all as it should be' "$scratch/output" || Fail "./run $mac did not come to its end"
     if grep -q 'NOT SEEN' "$scratch/output"; then Fail "./run $mac missed something and went on"; fi
     if grep -q $'\e' "$scratch/output"; then Fail "./run $mac is coloured where nobody sees it"; fi
+    if [ "$mac" = leopard ]; then
+        python3 tests/host/support/pages.py --shown ./run README.md <"$scratch/output" || Fail "the README shows something else"
+    fi
 done
 
 # The same tour with a daemon that does nothing: one line at its end says what is missing.

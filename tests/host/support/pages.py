@@ -2,6 +2,7 @@
 """Types the commands of documentation pages as a reader would, and compares what comes of them with what the pages show.
 
 usage: pages.py PAGE...
+       pages.py --shown COMMAND PAGE <OUTPUT     compares what a long command printed with what a page shows of it
 
 A block of the kind `console` holds commands, in lines that begin with "$ ", and perhaps what each prints; a line "..." stands for
 any lines, and empty lines do not count. All of a page's are typed into one shell at the root of the checkout, each must end with status 0, and a comment behind
@@ -82,6 +83,17 @@ class Shell:
         return lines, "none: the shell ended"
 
 
+def compare(wanted, page):
+    """Whether standard input is what the page shows of this command."""
+    printed = [line.rstrip("\n") for line in sys.stdin if line.strip()]
+    shown = [shown for command, shown in commands(page) if command == wanted and shown]
+    assert len(shown) == 1, f"{page} shows the output of {wanted} {len(shown)} times"
+    if matches(shown[0], printed):
+        return 0
+    print(f"{page} shows this of {wanted}:", *shown[0], "it printed:", *printed, sep="\n  ")
+    return 1
+
+
 def main():
     failed = typed = 0
     for page in sys.argv[1:]:
@@ -104,4 +116,4 @@ def main():
     return 1 if failed or typed == 0 else 0
 
 
-sys.exit(main())
+sys.exit(compare(*sys.argv[2:]) if sys.argv[1:2] == ["--shown"] else main())
