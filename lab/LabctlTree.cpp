@@ -27,7 +27,7 @@ struct TDisks
 // Paths begin below the computer's own entry.
 static void ListPaths(const TValue& entry, const std::string& path, TDisks* disks)
 {
-    const std::string bsdName = lab::TextOf(entry, "BSD Name");
+    const std::string bsdName = lab::MediumNameOf(entry);
     if (!bsdName.empty())
         disks->atPath["IOService:" + path] = bsdName;
     for (const TValue& child : lab::ChildrenOf(entry)) {
@@ -47,7 +47,7 @@ static void ListMembers(const TMachine& machine, const TValue& entry, TDisks* di
         if (path.rfind(plane, 0) == 0)
             member = lab::DiskAtOpenFirmwarePath(machine, path.substr(plane.size()));
         if (!member.empty())
-            disks->membersOf[lab::TextOf(entry, "BSD Name")].push_back(member);
+            disks->membersOf[lab::MediumNameOf(entry)].push_back(member);
     }
     for (const TValue& child : lab::ChildrenOf(entry))
         ListMembers(machine, child, disks);
@@ -86,7 +86,7 @@ static TValue MakeVolume(const TMachine& machine, const std::string& bsdName, co
 
 static TValue MakeDisk(const TMachine& machine, const TDisks& disks, const TValue& entry, bool isRAIDVolume)
 {
-    const std::string bsdName = lab::TextOf(entry, "BSD Name");
+    const std::string bsdName = lab::MediumNameOf(entry);
     const std::string content = lab::TextOf(entry, "Content");
     TValue disk = lab::MakeObject({{"disk", TValue::String(bsdName)},
                                    {"name", TValue::String(lab::TextOf(entry, "IORegistryEntryName"))},
@@ -114,7 +114,7 @@ static void AddDisks(const TMachine& machine, const TDisks& disks, const TValue&
 {
     const bool marked = ofRAID || entry.Find("Halvorix Volume ID");
     TValue below = TValue::Array();
-    TValue* const target = lab::TextOf(entry, "BSD Name").empty() ? list : &below;
+    TValue* const target = lab::MediumNameOf(entry).empty() ? list : &below;
     for (const TValue& child : lab::ChildrenOf(entry))
         AddDisks(machine, disks, child, marked, target);
     if (target == list)

@@ -44,6 +44,12 @@ bool TruthOf(const TValue& entry, const std::string& key)
     return value && value->kind == plist::Kind::kBoolean && value->boolean;
 }
 
+std::string MediumNameOf(const TValue& entry)
+{
+    const std::string name = TextOf(entry, "BSD Name");
+    return name.rfind("disk", 0) == 0 ? name : "";
+}
+
 const std::vector<TValue>& ChildrenOf(const TValue& entry)
 {
     static const std::vector<TValue>& none = *new std::vector<TValue>;
@@ -131,7 +137,7 @@ TFoundEntry TRegistry::FindClass(const std::string& className)
 
 TFoundEntry TRegistry::FindMedium(const std::string& bsdName)
 {
-    return Find([&](const TValue& entry) { return TextOf(entry, "BSD Name") == bsdName; });
+    return Find([&](const TValue& entry) { return !bsdName.empty() && MediumNameOf(entry) == bsdName; });
 }
 
 TFoundEntry TRegistry::FindNamed(const std::string& name)
@@ -192,7 +198,7 @@ std::vector<std::string> TRegistry::MediumNames()
 {
     std::vector<std::string> names;
     Find([&](const TValue& entry) {
-        const std::string name = TextOf(entry, "BSD Name");
+        const std::string name = MediumNameOf(entry);
         if (!name.empty())
             names.push_back(name);
         return false;

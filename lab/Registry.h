@@ -49,7 +49,7 @@ public:
     // that says why not: there is no such property to remove, or the key is one that only makes up the tree.
     std::string ChangeProperty(long long identifier, const std::string& key, const plist::TValue* value);
 
-    // The BSD names of all media, in the registry's order.
+    // The BSD names of all media, in the registry's order. Network interfaces have BSD names, too, and are none.
     std::vector<std::string> MediumNames();
 
     // Adds the entry as the parent's last child. It and those below it receive identifiers that were never used.
@@ -77,6 +77,9 @@ std::string TextOf(const plist::TValue& entry, const std::string& key);
 // Likewise, as a number or a truth; 0 and false when there is none.
 long long NumberOf(const plist::TValue& entry, const std::string& key);
 bool TruthOf(const plist::TValue& entry, const std::string& key);
+
+// The BSD name of a medium, "disk0s3"; empty when the entry is none, such as a network interface with the name "en0".
+std::string MediumNameOf(const plist::TValue& entry);
 
 // The entry's children, which may be none.
 const std::vector<plist::TValue>& ChildrenOf(const plist::TValue& entry);

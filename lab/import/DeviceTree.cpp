@@ -120,7 +120,7 @@ static void AddNodes(const TValue& entry, std::string unit, std::vector<TValue>*
     const TValue* const number = entry.Find("unit number");
     if (lab::TextOf(entry, "IOObjectClass") == "ATADeviceNub" && number)
         unit = std::to_string(number->integer);
-    const bool isMedium = !lab::TextOf(entry, "BSD Name").empty();
+    const bool isMedium = !lab::MediumNameOf(entry).empty();
     std::vector<TValue>* below = nodes;
     std::vector<TValue> children;
     if (isMedium && !unit.empty())

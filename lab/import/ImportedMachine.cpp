@@ -138,7 +138,7 @@ private:
 
 const TValue* FindDisk(const TValue& entry, const std::string& bsdName)
 {
-    if (lab::TextOf(entry, "BSD Name") == bsdName)
+    if (lab::MediumNameOf(entry) == bsdName)
         return &entry;
     for (const TValue& child : lab::ChildrenOf(entry)) {
         if (const TValue* const found = FindDisk(child, bsdName))
@@ -150,7 +150,7 @@ const TValue* FindDisk(const TValue& entry, const std::string& bsdName)
 void Count(const TValue& entry, TImported* imported)
 {
     ++imported->entries;
-    imported->media += entry.Find("BSD Name") && entry.Find("Size") ? 1 : 0;
+    imported->media += lab::MediumNameOf(entry).empty() ? 0 : 1;
     for (const TValue& child : lab::ChildrenOf(entry))
         Count(child, imported);
 }
@@ -251,8 +251,9 @@ void TImporter::MakeRegistry(const lab::TMachine& machine)
     std::size_t guessed = 0;
     const TValue superclasses = MakeSuperclasses(fCapture, KnownSuperclasses(), &guessed);
     if (guessed > 0)
-        fImported->notes.push_back(Counted(guessed, " class is", " classes are") +
-                                   " not known here and count as plain services; ioreg -i of 10.5 tells more");
+        fImported->notes.push_back(Counted(guessed, " class is not known here and counts as a plain service",
+                                           " classes are not known here and count as plain services") +
+                                   "; ioreg -i of 10.5 tells more");
     if (fCapture.unreadable > 0)
         fImported->notes.push_back(Counted(fCapture.unreadable, " value is", " values are") +
                                    " not readable in the capture and empty here");

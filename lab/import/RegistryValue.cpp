@@ -44,6 +44,12 @@ static bool IsHexadecimal(const std::string& text)
     return text.size() % 2 == 0;
 }
 
+// Data with a line feed in it is shown as digits, so that one among its texts or digits is none of ioreg's.
+static bool HasLineFeed(const std::string& text)
+{
+    return text.find('\n') != std::string::npos;
+}
+
 // "15" or "0x0f". Numbers from 2^63 on are as common as others: negative ones are printed so.
 static bool ReadNumber(const std::string& text, TValue* value)
 {
@@ -151,6 +157,8 @@ private:
         if (end == std::string::npos)
             return false;
         const std::string digits = fText.substr(fAt, end - fAt);
+        if (HasLineFeed(digits))
+            return false;
         fAt = end + 1;
         *value = TValue::Data(IsHexadecimal(digits) ? lab::BytesFromHexadecimal(digits) : "");
         *fUnreadable += IsHexadecimal(digits) ? 0 : 1;
@@ -162,7 +170,7 @@ private:
         std::string bytes;
         do {
             std::string text;
-            if (Next() != '"' || !ReadText(",>", &text))
+            if (Next() != '"' || !ReadText(",>", &text) || HasLineFeed(text))
                 return false;
             bytes += text + '\0';
         } while (Take(','));
@@ -229,7 +237,7 @@ bool ReadRegistryValue(const std::string& text, TValue* value, std::size_t* unre
         *value = TValue::String(ReadableText(text.substr(1, text.size() - 2)));
         return true;
     }
-    if (BeginsAndEnds(text, "<\"", "\">")) {
+    if (BeginsAndEnds(text, "<\"", "\">") && !HasLineFeed(text)) {
         *value = DataFromTexts(text);
         return true;
     }

@@ -20,7 +20,7 @@ static void ListClasses(const TValue& entry, std::map<std::string, const TValue*
 // What an entry of a class that nobody knows shows of it.
 static std::string SuperclassByLooks(const TCapture& capture, const std::string& className, const TValue& entry)
 {
-    if (entry.Find("BSD Name") && entry.Find("Size"))
+    if (!lab::MediumNameOf(entry).empty())
         return "IOMedia";
     if (entry.Find("Content Mask"))
         return "IOPartitionScheme";

@@ -1,5 +1,6 @@
 #include "lab/Files.h"
 #include "lab/Registry.h"
+#include "tests/support/Links.h"
 #include "tests/support/MachineTest.h"
 
 #include <cerrno>
@@ -50,12 +51,6 @@ protected:
         return 0;
     }
 };
-
-static std::string LinkTarget(const std::string& path)
-{
-    char target[512] = {};
-    return readlink(path.c_str(), target, sizeof target - 1) < 0 ? "" : target;
-}
 
 static bool IsThere(const std::string& path)
 {

@@ -1,4 +1,5 @@
 #include "lab/Files.h"
+#include "tests/support/Links.h"
 #include "tests/support/MachineTest.h"
 #include "tests/support/RunningProgram.h"
 
@@ -14,12 +15,6 @@ using namespace lab;
 class Sandbox : public TMachineTest
 {
 };
-
-static std::string LinkTarget(const std::string& path)
-{
-    char target[512] = {};
-    return readlink(path.c_str(), target, sizeof target - 1) < 0 ? "" : target;
-}
 
 // The permission bits of a file, in octal as ls would count them; -1 when there is none.
 static int ModeOf(const std::string& path)
