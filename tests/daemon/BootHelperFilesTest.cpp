@@ -12,7 +12,7 @@
 
 namespace fs = std::filesystem;
 
-static const char kSource[] = "/Volumes/Backup/";
+static const char kSourceFolder[] = "/Volumes/Backup/";
 static const char kHelper[] = "/tmp/helper/";
 
 static const char kPreferencesSource[] = "Library/Preferences/SystemConfiguration/com.apple.Boot.plist";
@@ -77,13 +77,13 @@ protected:
     void SetUp() override
     {
         TBootHelperTest::SetUp();
-        InstallBootableSystem(machine, kSource, "10.5.8");
+        InstallBootableSystem(machine, kSourceFolder, "10.5.8");
         ASSERT_TRUE(fs::create_directory(kHelper));
     }
 
-    UInt32 Populate() const { return PopulateBootHelperPartition(kSource, kHelper); }
+    UInt32 Populate() const { return PopulateBootHelperPartition(kSourceFolder, kHelper); }
 
-    static void RemoveSource(const std::string& file) { EXPECT_TRUE(fs::remove(kSource + file)); }
+    static void RemoveSource(const std::string& file) { EXPECT_TRUE(fs::remove(kSourceFolder + file)); }
 
     std::vector<std::string> Copies() const { return RunsOf(machine, "cp"); }
 };
@@ -96,7 +96,7 @@ TEST_F(BootHelperFiles, AllIsThereAndNothingElse)
     EXPECT_EQ(FilesAfter(kStepCount), FilesBelow(kHelper));
     for (const TStep& step : kSteps) {
         if (IsCopy(step) && step.from != kPreferencesSource) {
-            EXPECT_EQ(FileText(std::string(kSource) + step.from), FileText(std::string(kHelper) + step.makes));
+            EXPECT_EQ(FileText(std::string(kSourceFolder) + step.from), FileText(std::string(kHelper) + step.makes));
         }
     }
 }
@@ -107,7 +107,7 @@ TEST_F(BootHelperFiles, TheKernelsRootDeviceIsTheSourcesUUID)
 
     EXPECT_EQ(VolumeText(machine, kBackup, "UUID"), TextInList(std::string(kHelper) + kBootPreferences, "Root UUID"));
     EXPECT_EQ(36u, TextInList(std::string(kHelper) + kBootPreferences, "Root UUID").size());
-    EXPECT_EQ("", TextInList(std::string(kSource) + kPreferencesSource, "Root UUID"));
+    EXPECT_EQ("", TextInList(std::string(kSourceFolder) + kPreferencesSource, "Root UUID"));
 }
 
 TEST_F(BootHelperFiles, TheStepsAreTakenInTheirOrder)
@@ -251,7 +251,7 @@ TEST_F(BootHelperFiles, AVolumeWithoutAUUIDIsTheEndOnceThePreferencesAreCopied)
 
 TEST_F(BootHelperFiles, PreferencesThatAreNoDictionaryAreTheEnd)
 {
-    std::ofstream(std::string(kSource) + kPreferencesSource) << plist::Write(plist::TValue::Array());
+    std::ofstream(std::string(kSourceFolder) + kPreferencesSource) << plist::Write(plist::TValue::Array());
     EXPECT_EQ(0u, Populate());
 
     EXPECT_EQ(FilesAfter(11), FilesBelow(kHelper));
@@ -269,7 +269,7 @@ TEST_F(BootHelperFiles, AFolderThatIsThereAlreadyIsAFailure)
 
 TEST_F(BootHelperFiles, AServersVersionFileTakesThePlaceOfASystems)
 {
-    WriteVersionFile(kSource, "ServerVersion.plist", VersionList("<string>10.5.8</string>"));
+    WriteVersionFile(kSourceFolder, "ServerVersion.plist", VersionList("<string>10.5.8</string>"));
     RemoveSource("System/Library/CoreServices/SystemVersion.plist");
     EXPECT_EQ(1u, Populate());
 
@@ -281,7 +281,7 @@ TEST_F(BootHelperFiles, AServersVersionFileTakesThePlaceOfASystems)
 
 TEST_F(BootHelperFiles, AServersVersionFileIsLeftAloneBesideASystems)
 {
-    WriteVersionFile(kSource, "ServerVersion.plist", VersionList("<string>10.5.8</string>"));
+    WriteVersionFile(kSourceFolder, "ServerVersion.plist", VersionList("<string>10.5.8</string>"));
     EXPECT_EQ(1u, Populate());
 
     EXPECT_EQ(FilesOfFilledHelper(), FilesBelow(kHelper));
@@ -311,30 +311,30 @@ static std::string LongPath(const std::string& folder, std::size_t bytes)
 TEST_F(BootHelperFiles, APathThatDoesNotFitIn1024BytesIsAFailureAndNotCut)
 {
     const std::size_t room = 1023 - std::string(kBootPreferences).size();
-    EXPECT_EQ(0u, PopulateBootHelperPartition(kSource, LongPath(kHelper, room + 1).c_str()));
+    EXPECT_EQ(0u, PopulateBootHelperPartition(kSourceFolder, LongPath(kHelper, room + 1).c_str()));
     EXPECT_EQ(FilesAfter(11), FilesBelow(kHelper));
     fs::remove_all(kHelper);
     fs::create_directory(kHelper);
 
-    EXPECT_EQ(1u, PopulateBootHelperPartition(kSource, LongPath(kHelper, room).c_str()));
+    EXPECT_EQ(1u, PopulateBootHelperPartition(kSourceFolder, LongPath(kHelper, room).c_str()));
 }
 
 // Without the slash at its end the folder's path would fit, and name the same folder.
 TEST_F(BootHelperFiles, AFolderWhosePathHasNoRoomForItsSlashIsNotMade)
 {
     const std::size_t room = 1023 - std::string("com.apple.boot.S/Library/Preferences/SystemConfiguration/").size();
-    EXPECT_EQ(0u, PopulateBootHelperPartition(kSource, LongPath(kHelper, room + 1).c_str()));
+    EXPECT_EQ(0u, PopulateBootHelperPartition(kSourceFolder, LongPath(kHelper, room + 1).c_str()));
 
     EXPECT_EQ(FilesAfter(9), FilesBelow(kHelper));
 }
 
 TEST_F(BootHelperFiles, AFolderWhosePathHasNoRoomIsNotMade)
 {
-    EXPECT_EQ(0u, PopulateBootHelperPartition(kSource, LongPath(kHelper, 1023).c_str()));
-    EXPECT_EQ(0u, PopulateBootHelperPartition(kSource, LongPath(kHelper, 1024).c_str()));
+    EXPECT_EQ(0u, PopulateBootHelperPartition(kSourceFolder, LongPath(kHelper, 1023).c_str()));
+    EXPECT_EQ(0u, PopulateBootHelperPartition(kSourceFolder, LongPath(kHelper, 1024).c_str()));
     EXPECT_EQ(std::set<std::string>{}, FilesBelow(kHelper));
 
-    EXPECT_EQ(0u, PopulateBootHelperPartition(LongPath(kSource, 1023).c_str(), kHelper));
+    EXPECT_EQ(0u, PopulateBootHelperPartition(LongPath(kSourceFolder, 1023).c_str(), kHelper));
     EXPECT_EQ(FilesAfter(3), FilesBelow(kHelper));
     EXPECT_TRUE(machine.ToolRuns().empty());
 }

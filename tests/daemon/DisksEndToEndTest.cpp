@@ -13,7 +13,7 @@
 #include <memory>
 #include <unistd.h>
 
-using TAsked = std::vector<std::string>;
+using TQuestions = std::vector<std::string>;
 
 // The daemon on leopard, whose RAID volume is disk2.
 class DisksEndToEnd : public TMachineTest
@@ -66,22 +66,22 @@ protected:
         const std::string name = "disk2s" + std::to_string(1000 + fMarkers++);
         Attach(name, "00000000FFFF" + std::to_string(1000 + fMarkers));
         ASSERT_TRUE(WaitUntil([&] {
-            const TAsked asked = AskedOfHfsUtil(machine);
+            const TQuestions asked = AskedOfHfsUtil(machine);
             return std::find(asked.begin(), asked.end(), "-k " + name) != asked.end();
         }));
     }
 
     // What was asked, but for the markers.
-    TAsked Asked() const
+    TQuestions Asked() const
     {
-        TAsked asked = AskedOfHfsUtil(machine);
+        TQuestions asked = AskedOfHfsUtil(machine);
         asked.erase(std::remove_if(asked.begin(), asked.end(),
                                    [](const std::string& one) { return one.rfind("-k disk2s10", 0) == 0; }),
                     asked.end());
         return asked;
     }
 
-    bool WaitUntilAsked(const TAsked& expected)
+    bool WaitUntilAsked(const TQuestions& expected)
     {
         const bool asked = WaitUntil([&] { return Asked().size() >= expected.size(); }, 60);
         EXPECT_EQ(expected, Asked());
@@ -99,7 +99,7 @@ TEST_F(DisksEndToEnd, DisksThatArePresentAreOfferedInOrderTheWholeOneAndEachPart
     StartDaemonAndSettle();
     ASSERT_NO_FATAL_FAILURE(Settle());
 
-    EXPECT_EQ((TAsked{"-k disk2", "-k disk2s1", "-k disk2s3"}), Asked()) << "and no disk of another volume";
+    EXPECT_EQ((TQuestions{"-k disk2", "-k disk2s1", "-k disk2s3"}), Asked()) << "and no disk of another volume";
 }
 
 TEST_F(DisksEndToEnd, ANewcomersIdentityIsRenewedAndTheHolderKeepsIts)
@@ -129,9 +129,9 @@ TEST_F(DisksEndToEnd, ANewIdentityIsHeldLikeAnyOther)
     Attach("disk2s6", IdentifierOf("disk2s5"));
     ASSERT_NO_FATAL_FAILURE(Settle());
 
-    const TAsked asked = Asked();
+    const TQuestions asked = Asked();
     ASSERT_EQ(9u, asked.size());
-    EXPECT_EQ((TAsked{"-k disk2s6", "-s disk2s6", "-k disk2s6"}), TAsked(asked.begin() + 6, asked.end()));
+    EXPECT_EQ((TQuestions{"-k disk2s6", "-s disk2s6", "-k disk2s6"}), TQuestions(asked.begin() + 6, asked.end()));
 }
 
 TEST_F(DisksEndToEnd, AVolumeOutsideTheRAIDVolumesKeepsTheIdentityOfOneOfThem)
@@ -142,7 +142,7 @@ TEST_F(DisksEndToEnd, AVolumeOutsideTheRAIDVolumesKeepsTheIdentityOfOneOfThem)
     ASSERT_EQ("", machine.AddMedium("disk3s5", "disk3", 1000000, false));
     ASSERT_NO_FATAL_FAILURE(Settle());
 
-    EXPECT_EQ((TAsked{"-k disk2", "-k disk2s1", "-k disk2s3"}), Asked());
+    EXPECT_EQ((TQuestions{"-k disk2", "-k disk2s1", "-k disk2s3"}), Asked());
 }
 
 TEST_F(DisksEndToEnd, ADetachedDiskHoldsItsIdentityNoLonger)
@@ -155,7 +155,7 @@ TEST_F(DisksEndToEnd, ADetachedDiskHoldsItsIdentityNoLonger)
     Attach("disk2s6", "0123456789ABCDEF");
     ASSERT_NO_FATAL_FAILURE(Settle());
 
-    EXPECT_EQ((TAsked{"-k disk2", "-k disk2s1", "-k disk2s3", "-k disk2s5", "-k disk2s6"}), Asked());
+    EXPECT_EQ((TQuestions{"-k disk2", "-k disk2s1", "-k disk2s3", "-k disk2s5", "-k disk2s6"}), Asked());
     EXPECT_EQ("0123456789ABCDEF", IdentifierOf("disk2s6"));
 }
 
@@ -221,7 +221,7 @@ TEST_F(DisksEndToEnd, ADiskWithoutABSDNameIsPassedOver)
     ASSERT_EQ("", machine.RemoveMedium("disk2s1000"));
     ASSERT_NO_FATAL_FAILURE(Settle());
 
-    EXPECT_EQ((TAsked{"-k disk2", "-k disk2s1", "-k disk2s3"}), Asked());
+    EXPECT_EQ((TQuestions{"-k disk2", "-k disk2s1", "-k disk2s3"}), Asked());
 }
 
 TEST_F(DisksEndToEnd, NoDiskIsClaimedThoughTheManagementApplicationIsInFront)

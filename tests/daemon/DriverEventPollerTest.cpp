@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <unistd.h>
 
-static lab::TEvent Event(std::int32_t type, const char* payload = "")
+static lab::TEvent QueuedEvent(std::int32_t type, const char* payload = "")
 {
     lab::TEvent event;
     event.type = type;
@@ -17,7 +17,7 @@ static lab::TEvent Event(std::int32_t type, const char* payload = "")
 
 static lab::TEvent EventWithFlag(std::int32_t type, std::uint32_t flag)
 {
-    lab::TEvent event = Event(type);
+    lab::TEvent event = QueuedEvent(type);
     event.flagGiven = true;
     event.flag = flag;
     return event;
@@ -117,7 +117,7 @@ TEST_F(DriverEventPoller, WhileMoreWaitItFetchesAtOnceAndStopsAtTypeZero)
 TEST_F(DriverEventPoller, AFullQueueFlagEndsTheDrainingEvenIfMoreWait)
 {
     Listen();
-    Post({EventWithFlag(3, 1), Event(4)});
+    Post({EventWithFlag(3, 1), QueuedEvent(4)});
     TDriverEventPoller::DrainDriverQueue(tool);
 
     EXPECT_EQ(1u, Fetches().size());
@@ -126,7 +126,7 @@ TEST_F(DriverEventPoller, AFullQueueFlagEndsTheDrainingEvenIfMoreWait)
 
 TEST_F(DriverEventPoller, AnyNonZeroQueueEmptyFlagCounts)
 {
-    Post({EventWithFlag(3, 0x80000000u), Event(4)});
+    Post({EventWithFlag(3, 0x80000000u), QueuedEvent(4)});
     TDriverEventPoller::DrainDriverQueue(tool);
 
     EXPECT_EQ(1u, Fetches().size());
@@ -134,7 +134,7 @@ TEST_F(DriverEventPoller, AnyNonZeroQueueEmptyFlagCounts)
 
 TEST_F(DriverEventPoller, TypeZeroEndsTheDrainingWhateverItsFlag)
 {
-    Post({EventWithFlag(0, 0), Event(3)});
+    Post({EventWithFlag(0, 0), QueuedEvent(3)});
     TDriverEventPoller::DrainDriverQueue(tool);
 
     EXPECT_EQ(1u, Fetches().size());
@@ -144,18 +144,19 @@ TEST_F(DriverEventPoller, TypeZeroEndsTheDrainingWhateverItsFlag)
 TEST_F(DriverEventPoller, OnlyTypesAbove2AreRelayedAndTheComparisonIsSigned)
 {
     Listen();
-    Post({Event(1), Event(2), Event(-1), Event(-2147483647 - 1), Event(3, "three"), Event(2147483647, "last")});
+    Post({QueuedEvent(1), QueuedEvent(2), QueuedEvent(-1), QueuedEvent(-2147483647 - 1), QueuedEvent(3, "three"),
+          QueuedEvent(2147483647, "last")});
     TDriverEventPoller::DrainDriverQueue(tool);
 
     ASSERT_TRUE(listener->WaitForBytes(256));
-    EXPECT_EQ(lab::TMachine::RecordBytes(Event(3, "three"), 0) +
-                  lab::TMachine::RecordBytes(Event(2147483647, "last"), 1),
+    EXPECT_EQ(lab::TMachine::RecordBytes(QueuedEvent(3, "three"), 0) +
+                  lab::TMachine::RecordBytes(QueuedEvent(2147483647, "last"), 1),
               listener->Receive());
 }
 
 TEST_F(DriverEventPoller, WithoutAListenerARecordIsDroppedSilently)
 {
-    Post({Event(5)});
+    Post({QueuedEvent(5)});
     TDriverEventPoller::DrainDriverQueue(tool);
     EXPECT_EQ((TFetches{"method 21 0"}), Fetches());
     EXPECT_EQ(0u, machine.WaitingEvents());
@@ -167,7 +168,7 @@ TEST_F(DriverEventPoller, WithoutAListenerARecordIsDroppedSilently)
 
 TEST_F(DriverEventPoller, TheListeningFlagIsComputedOnceADrain)
 {
-    Post({Event(3), Event(4), Event(5)});
+    Post({QueuedEvent(3), QueuedEvent(4), QueuedEvent(5)});
     unsigned fetches = 0;
     {
         const TCallWatch watch("IOConnectMethodStructureIStructureO", [&](const TCallWatch::TArguments& arguments) {
@@ -186,7 +187,7 @@ TEST_F(DriverEventPoller, TheListeningFlagIsComputedOnceADrain)
 TEST_F(DriverEventPoller, EveryFetchStartsFromAClearedRecord)
 {
     Listen();
-    Post({Event(3), Event(4)});
+    Post({QueuedEvent(3), QueuedEvent(4)});
     // Each fetch makes three calls: begin, fetch, end. The second fetch fails, and must not read as the first record.
     const TFault fault("IOConnectMethodStructureIStructureO", {5, 0}, 5, 1);
     TDriverEventPoller::DrainDriverQueue(tool);
@@ -198,7 +199,7 @@ TEST_F(DriverEventPoller, EveryFetchStartsFromAClearedRecord)
 
 TEST_F(DriverEventPoller, EveryFetchOffers128Bytes)
 {
-    Post({Event(3), Event(4)});
+    Post({QueuedEvent(3), QueuedEvent(4)});
     unsigned fetches = 0;
     const TCallWatch watch("IOConnectMethodStructureIStructureO", [&fetches](const TCallWatch::TArguments& arguments) {
         if (arguments[1] != kDriverFetchEvent)
@@ -214,7 +215,7 @@ TEST_F(DriverEventPoller, EveryFetchOffers128Bytes)
 
 TEST_F(DriverEventPoller, EveryFetchOpensTheConnectionAndClosesIt)
 {
-    Post({Event(3), Event(4)});
+    Post({QueuedEvent(3), QueuedEvent(4)});
     TDriverEventPoller::DrainDriverQueue(tool);
 
     const std::vector<std::string> once{"open", "method 0", "method 21 0", "method 1", "close"};

@@ -1,4 +1,5 @@
 #include "daemon/DriverEventServer.h"
+#include "tests/daemon/SocketFolder.h"
 #include "tests/support/Faults.h"
 #include "tests/support/MachineTest.h"
 #include "tests/support/RunningDaemon.h"
@@ -10,20 +11,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-static constexpr const char* kSocketFolder = "/tmp/com.halvorix.halvorixd";
-
-static bool Exists(const std::string& path)
-{
-    struct stat info;
-    return lstat(path.c_str(), &info) == 0;
-}
-
-static mode_t ModeOf(const std::string& path)
-{
-    struct stat info;
-    return lstat(path.c_str(), &info) == 0 ? info.st_mode : 0;
-}
 
 static mode_t CurrentMask()
 {

@@ -3,6 +3,7 @@
 
 #include "daemon/DriverEventServer.h"
 #include "services/Processes.h"
+#include "tests/daemon/SocketFolder.h"
 #include "tests/support/Faults.h"
 #include "tests/support/MachineTest.h"
 #include "tests/support/RunningDaemon.h"
@@ -14,15 +15,6 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-static constexpr const char* kSocketFolder = "/tmp/com.halvorix.halvorixd";
-
-// The mode of what stands there itself, a link included; 0 when there is nothing.
-static mode_t ModeOf(const std::string& path)
-{
-    struct stat info;
-    return lstat(path.c_str(), &info) == 0 ? info.st_mode : 0;
-}
 
 static uid_t OwnerOf(const std::string& path)
 {

@@ -3,6 +3,8 @@
 #include "daemon/BootHelperFiles.h"
 #include "lab/Files.h"
 #include "tests/daemon/RunningBootDaemon.h"
+#include "tests/daemon/SocketFolder.h"
+#include "tests/support/Links.h"
 #include "tests/support/VersionFiles.h"
 
 #include <algorithm>
@@ -16,19 +18,6 @@
 // A folder that a local user may write to, and what tells that something planted there was run.
 static constexpr const char* kPlanted = "/private/tmp/planted";
 static constexpr const char* kWasRun = "/private/tmp/planted/was-run";
-
-static bool Exists(const std::string& path)
-{
-    struct stat info;
-    return lstat(path.c_str(), &info) == 0;
-}
-
-static std::string LinkTarget(const std::string& path)
-{
-    char target[1024];
-    const ssize_t length = readlink(path.c_str(), target, sizeof target);
-    return std::string(target, length > 0 ? static_cast<std::size_t>(length) : 0);
-}
 
 class LocalUserAndTools : public TRunningBootDaemonTest
 {

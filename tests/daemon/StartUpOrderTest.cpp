@@ -1,6 +1,7 @@
 // The order in which the daemon starts up, as it shows from outside: by the kernel's notices of what was written and opened,
 // and by the machine's logs.
 
+#include "tests/daemon/SocketFolder.h"
 #include "tests/support/MachineTest.h"
 #include "tests/support/RunningDaemon.h"
 
@@ -12,8 +13,6 @@
 #include <unistd.h>
 
 using TWords = std::vector<std::string>;
-
-constexpr const char* kSocketFolder = "/tmp/com.halvorix.halvorixd";
 
 // What happens in some folders, in the kernel's own order: notices of one descriptor are queued as they come about.
 class TFolderNotices

@@ -9,11 +9,9 @@
 #include <new>
 #include <vector>
 
-namespace {
-
-const char kNoHelp[] = "Argument List: "
-                       "\n### No Help String available for this tool"
-                       "(blame the programmer who subclassed the TTool base class).\n";
+static const char kNoHelp[] = "Argument List: "
+                              "\n### No Help String available for this tool"
+                              "(blame the programmer who subclassed the TTool base class).\n";
 
 // The base class, with a look at its flag and a mark when it is destroyed.
 class TBareTool : public TTool
@@ -50,8 +48,6 @@ public:
         return true;
     }
 };
-
-}   // namespace
 
 class Tool : public TMachineTest
 {

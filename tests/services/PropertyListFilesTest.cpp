@@ -10,13 +10,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-static const char kFile[] = "/tmp/list.plist";
+static const char kListFile[] = "/tmp/list.plist";
 
 static const char kHead[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">";
 
 static void WriteFile(const std::string& bytes)
 {
-    std::ofstream(kFile, std::ios::binary) << bytes;
+    std::ofstream(kListFile, std::ios::binary) << bytes;
 }
 
 static void WriteList(const std::string& element)
@@ -26,7 +26,7 @@ static void WriteList(const std::string& element)
 
 static std::string ReadFile()
 {
-    std::ifstream file(kFile, std::ios::binary);
+    std::ifstream file(kListFile, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
@@ -35,7 +35,7 @@ class PropertyListFiles : public TMachineTest
 {
 protected:
     // Whether the file reads as a list at all.
-    static bool IsRead() { return static_cast<bool>(TScopedCFType(CreateCFDictionaryWithContentsOfFile(kFile))); }
+    static bool IsRead() { return static_cast<bool>(TScopedCFType(CreateCFDictionaryWithContentsOfFile(kListFile))); }
 };
 
 // One of each type, nested, and a key that somebody adds as the boot preferences get theirs.
@@ -50,16 +50,16 @@ TEST_F(PropertyListFiles, ReadingChangingAndWritingLosesNothing)
         "<key>Empty</key><dict/>";
     WriteList("<dict>" + kept + "</dict>");
     {
-        const TScopedCFType list(CreateCFDictionaryWithContentsOfFile(kFile));
+        const TScopedCFType list(CreateCFDictionaryWithContentsOfFile(kListFile));
         ASSERT_TRUE(list);
         CFDictionarySetValue(const_cast<CFMutableDictionaryRef>(static_cast<CFDictionaryRef>(list.Get())),
                              CFSTR("Root UUID"), CFSTR("00112233-4455-6677-8899-AABBCCDDEEFF"));
-        ASSERT_EQ(1u, SetContentsOfFileToCFDictionary(kFile, list.Get()));
+        ASSERT_EQ(1u, SetContentsOfFileToCFDictionary(kListFile, list.Get()));
     }
 
-    const TScopedCFType changed(CreateCFDictionaryWithContentsOfFile(kFile));
+    const TScopedCFType changed(CreateCFDictionaryWithContentsOfFile(kListFile));
     WriteList("<dict>" + kept + "<key>Root UUID</key><string>00112233-4455-6677-8899-AABBCCDDEEFF</string></dict>");
-    const TScopedCFType expected(CreateCFDictionaryWithContentsOfFile(kFile));
+    const TScopedCFType expected(CreateCFDictionaryWithContentsOfFile(kListFile));
     ASSERT_TRUE(changed);
     ASSERT_TRUE(expected);
     EXPECT_TRUE(CFEqual(changed.Get(), expected.Get()));
@@ -70,7 +70,7 @@ TEST_F(PropertyListFiles, ReadingChangingAndWritingLosesNothing)
 TEST_F(PropertyListFiles, WhatIsInsideCanBeChangedToo)
 {
     WriteList("<dict><key>Array</key><array><string>a</string></array></dict>");
-    const TScopedCFType list(CreateCFDictionaryWithContentsOfFile(kFile));
+    const TScopedCFType list(CreateCFDictionaryWithContentsOfFile(kListFile));
     ASSERT_TRUE(list);
 
     const auto array = const_cast<CFMutableArrayRef>(
@@ -93,7 +93,7 @@ TEST_F(PropertyListFiles, ContainersAndLeavesAreAskedForMutable)
 TEST_F(PropertyListFiles, NobodyChecksThatItIsADictionary)
 {
     WriteList("<string>text</string>");
-    const TScopedCFType list(CreateCFDictionaryWithContentsOfFile(kFile));
+    const TScopedCFType list(CreateCFDictionaryWithContentsOfFile(kListFile));
     ASSERT_TRUE(list);
 
     EXPECT_EQ(CFStringGetTypeID(), CFGetTypeID(list.Get()));
@@ -108,8 +108,8 @@ TEST_F(PropertyListFiles, WhatIsNoPropertyListIsNotRead)
     EXPECT_FALSE(IsRead());
     WriteFile(std::string(kHead) + "<dict><key>Kernel</key>");
     EXPECT_FALSE(IsRead());
-    unlink(kFile);
-    ASSERT_EQ(0, mkdir(kFile, 0755));
+    unlink(kListFile);
+    ASSERT_EQ(0, mkdir(kListFile, 0755));
     EXPECT_FALSE(IsRead());
 }
 
@@ -141,13 +141,13 @@ TEST_F(PropertyListFiles, ThePathsTerminatorIsCountedInAndItIsNoFolder)
     });
 
     EXPECT_TRUE(IsRead());
-    EXPECT_EQ(static_cast<long>(sizeof kFile), length);
+    EXPECT_EQ(static_cast<long>(sizeof kListFile), length);
     EXPECT_EQ(0, isFolder);
 }
 
 TEST_F(PropertyListFiles, AFileThatWasNotThereIsWritten)
 {
-    EXPECT_EQ(1u, SetContentsOfFileToCFDictionary(kFile, CFSTR("text")));
+    EXPECT_EQ(1u, SetContentsOfFileToCFDictionary(kListFile, CFSTR("text")));
     EXPECT_NE(std::string::npos, ReadFile().find("<string>text</string>"));
 }
 
@@ -156,15 +156,15 @@ TEST_F(PropertyListFiles, TheFileThatWasThereIsRemovedFirst)
 {
     umask(022);
     WriteFile("before");
-    ASSERT_EQ(0, chmod(kFile, 0600));
-    ASSERT_EQ(0, link(kFile, "/tmp/other-name"));
+    ASSERT_EQ(0, chmod(kListFile, 0600));
+    ASSERT_EQ(0, link(kListFile, "/tmp/other-name"));
 
-    EXPECT_EQ(1u, SetContentsOfFileToCFDictionary(kFile, CFSTR("text")));
+    EXPECT_EQ(1u, SetContentsOfFileToCFDictionary(kListFile, CFSTR("text")));
     std::string other;
     std::ifstream("/tmp/other-name") >> other;
     EXPECT_EQ("before", other);
     struct stat info = {};
-    ASSERT_EQ(0, stat(kFile, &info));
+    ASSERT_EQ(0, stat(kListFile, &info));
     EXPECT_EQ(0644u, info.st_mode & 07777);
 }
 
@@ -173,7 +173,7 @@ TEST_F(PropertyListFiles, WritingGoesOnWhenNothingCouldBeRemoved)
     WriteFile("before");
     const TFault fault("CFURLDestroyResource", {0, 0});
 
-    EXPECT_EQ(1u, SetContentsOfFileToCFDictionary(kFile, CFSTR("text")));
+    EXPECT_EQ(1u, SetContentsOfFileToCFDictionary(kListFile, CFSTR("text")));
     EXPECT_EQ(1u, fault.Reached());
     EXPECT_EQ(std::string::npos, ReadFile().find("before"));
 }
@@ -183,15 +183,15 @@ TEST_F(PropertyListFiles, WhatCannotBeMadeXMLIsNotWrittenAndTheFileIsGone)
     WriteFile("before");
     const TFault fault("CFPropertyListCreateXMLData", {0, 0});
 
-    EXPECT_EQ(0u, SetContentsOfFileToCFDictionary(kFile, CFSTR("text")));
-    EXPECT_NE(0, access(kFile, F_OK));
+    EXPECT_EQ(0u, SetContentsOfFileToCFDictionary(kListFile, CFSTR("text")));
+    EXPECT_NE(0, access(kListFile, F_OK));
 }
 
 TEST_F(PropertyListFiles, AWriteThatFailsIsAFailure)
 {
     EXPECT_EQ(0u, SetContentsOfFileToCFDictionary("/tmp/nothing/list.plist", CFSTR("text")));
     const TFault fault("CFURLWriteDataAndPropertiesToResource", {0, 0});
-    EXPECT_EQ(0u, SetContentsOfFileToCFDictionary(kFile, CFSTR("text")));
+    EXPECT_EQ(0u, SetContentsOfFileToCFDictionary(kListFile, CFSTR("text")));
     EXPECT_EQ(1u, fault.Reached());
 }
 
@@ -200,6 +200,6 @@ TEST_F(PropertyListFiles, WithoutAURLTheFileStaysAsItIs)
     WriteFile("before");
     const TFault fault("CFURLCreateFromFileSystemRepresentation", {0, 0});
 
-    EXPECT_EQ(0u, SetContentsOfFileToCFDictionary(kFile, CFSTR("text")));
+    EXPECT_EQ(0u, SetContentsOfFileToCFDictionary(kListFile, CFSTR("text")));
     EXPECT_EQ("before", ReadFile());
 }

@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-static const std::string kVolume = "/tmp/volume";
+static const std::string kSystemVolume = "/tmp/volume";
 
 // The version that is found, or what stands for a call that did not write it.
 static UInt32 VersionOn(const std::string& volume)
@@ -29,8 +29,8 @@ protected:
     // What is found when the file has these bytes.
     UInt32 VersionFor(const std::string& bytes)
     {
-        WriteVersionFile(kVolume, "SystemVersion.plist", bytes);
-        return VersionOn(kVolume);
+        WriteVersionFile(kSystemVolume, "SystemVersion.plist", bytes);
+        return VersionOn(kSystemVolume);
     }
 };
 
@@ -41,10 +41,10 @@ TEST_F(SystemVersion, TheStartUpVolumeHasTheMachinesSystem)
 
 TEST_F(SystemVersion, ASlashAtTheEndOfTheVolumesPathMakesNoDifference)
 {
-    InstallSystem(kVolume, "10.4.11");
+    InstallSystem(kSystemVolume, "10.4.11");
 
-    EXPECT_EQ(0x104B8000u, VersionOn(kVolume));
-    EXPECT_EQ(0x104B8000u, VersionOn(kVolume + "/"));
+    EXPECT_EQ(0x104B8000u, VersionOn(kSystemVolume));
+    EXPECT_EQ(0x104B8000u, VersionOn(kSystemVolume + "/"));
 }
 
 // "" + "/System/..." is the start-up volume's.
@@ -55,17 +55,17 @@ TEST_F(SystemVersion, AnEmptyPathIsTheRoot)
 
 TEST_F(SystemVersion, AServersVersionFileIsTheSecondChoice)
 {
-    WriteVersionFile(kVolume, "ServerVersion.plist", VersionList("<string>10.3.9</string>"));
-    EXPECT_EQ(0x10398000u, VersionOn(kVolume));
-    EXPECT_EQ(0x10398000u, VersionOn(kVolume + "/"));
+    WriteVersionFile(kSystemVolume, "ServerVersion.plist", VersionList("<string>10.3.9</string>"));
+    EXPECT_EQ(0x10398000u, VersionOn(kSystemVolume));
+    EXPECT_EQ(0x10398000u, VersionOn(kSystemVolume + "/"));
 
-    InstallSystem(kVolume, "10.4");
-    EXPECT_EQ(0x10408000u, VersionOn(kVolume));
+    InstallSystem(kSystemVolume, "10.4");
+    EXPECT_EQ(0x10408000u, VersionOn(kSystemVolume));
 }
 
 TEST_F(SystemVersion, AFirstChoiceOfNoUseDoesNotMakeTheSecondCount)
 {
-    WriteVersionFile(kVolume, "ServerVersion.plist", VersionList("<string>10.3.9</string>"));
+    WriteVersionFile(kSystemVolume, "ServerVersion.plist", VersionList("<string>10.3.9</string>"));
 
     EXPECT_EQ(0u, VersionFor("no property list"));
     EXPECT_EQ(0u, VersionFor(VersionList("<string>ten</string>")));
@@ -73,9 +73,9 @@ TEST_F(SystemVersion, AFirstChoiceOfNoUseDoesNotMakeTheSecondCount)
 
 TEST_F(SystemVersion, AVolumeWithoutASystemHasNoVersion)
 {
-    ASSERT_EQ(0, mkdir(kVolume.c_str(), 0755));
+    ASSERT_EQ(0, mkdir(kSystemVolume.c_str(), 0755));
 
-    EXPECT_EQ(0u, VersionOn(kVolume));
+    EXPECT_EQ(0u, VersionOn(kSystemVolume));
     EXPECT_EQ(0u, VersionOn("/tmp/nothing"));
 }
 
@@ -113,41 +113,41 @@ TEST_F(SystemVersion, TheBytesAreThoseOfTheSystemsEncoding)
 
 TEST_F(SystemVersion, AFileThatCannotBeReadHasNoVersion)
 {
-    InstallSystem(kVolume, "10.4.11");
+    InstallSystem(kSystemVolume, "10.4.11");
     {
         const TFault fault("open", {-1, EACCES});
-        EXPECT_EQ(0u, VersionOn(kVolume));
+        EXPECT_EQ(0u, VersionOn(kSystemVolume));
         EXPECT_EQ(1u, fault.Reached());
     }
     {
         const TFault fault("read", {-1, EIO});
-        EXPECT_EQ(0u, VersionOn(kVolume));
+        EXPECT_EQ(0u, VersionOn(kSystemVolume));
     }
     const TFault fault("operator new[] nothrow", {0, 0});
-    EXPECT_EQ(0u, VersionOn(kVolume));
+    EXPECT_EQ(0u, VersionOn(kSystemVolume));
     EXPECT_EQ(1u, fault.Reached());
 }
 
 TEST_F(SystemVersion, AFileThatBecameShorterHasNoVersion)
 {
-    InstallSystem(kVolume, "10.4.11");
+    InstallSystem(kSystemVolume, "10.4.11");
     const TStatEdit edit([](const char*, struct stat* info) { ++info->st_size; });
 
-    EXPECT_EQ(0u, VersionOn(kVolume));
+    EXPECT_EQ(0u, VersionOn(kSystemVolume));
 }
 
 TEST_F(SystemVersion, AFolderInPlaceOfTheFileHasNoVersion)
 {
-    WriteVersionFile(kVolume, "other", "");
-    ASSERT_EQ(0, mkdir((kVolume + "/System/Library/CoreServices/SystemVersion.plist").c_str(), 0755));
+    WriteVersionFile(kSystemVolume, "other", "");
+    ASSERT_EQ(0, mkdir((kSystemVolume + "/System/Library/CoreServices/SystemVersion.plist").c_str(), 0755));
 
-    EXPECT_EQ(0u, VersionOn(kVolume));
+    EXPECT_EQ(0u, VersionOn(kSystemVolume));
 }
 
 // A list and a complaint about it: what the parser may hand out is not believed.
 TEST_F(SystemVersion, AListWithAComplaintHasNoVersion)
 {
-    InstallSystem(kVolume, "10.4.11");
+    InstallSystem(kSystemVolume, "10.4.11");
     const void* keys[] = {CFSTR("ProductVersion")};
     const void* values[] = {CFSTR("10.4.11")};
     const CFDictionaryRef list = CFDictionaryCreate(kCFAllocatorDefault, keys, values, 1,
@@ -158,7 +158,7 @@ TEST_F(SystemVersion, AListWithAComplaintHasNoVersion)
             *reinterpret_cast<CFStringRef*>(arguments[3]) =
                 CFStringCreateWithCString(kCFAllocatorDefault, "line 1 is strange", kCFStringEncodingASCII);
         });
-        EXPECT_EQ(0u, VersionOn(kVolume));
+        EXPECT_EQ(0u, VersionOn(kSystemVolume));
     }
 }
 

@@ -9,10 +9,10 @@
 #include <ApplicationServices/ApplicationServices.h>
 #include <cstring>
 
-static const char kVolume[] = "disk2s3";
+static const char kNewcomer[] = "disk2s3";
 
 // What a run of hfs.util does without.
-static const std::vector<std::string> kNotLookedAt = {"close", "fcntl", "setuid"};
+static const std::vector<std::string> kNotNeededOfHfsUtil = {"close", "fcntl", "setuid"};
 
 class SweptDisks : public TMachineTest
 {
@@ -53,7 +53,7 @@ protected:
 
 TEST_F(SweptDisks, ARAIDVolumeThatCannotBeRecognisedIsNone)
 {
-    const TScopedIOObject medium(IORegistryEntryFromPath(kIOMasterPortDefault, machine.EntryPath(kVolume).c_str()));
+    const TScopedIOObject medium(IORegistryEntryFromPath(kIOMasterPortDefault, machine.EntryPath(kNewcomer).c_str()));
     TOperation("TVolumeRegistry::HasVolumeIDProperty",
                [&] { return Text(TVolumeRegistry::HasVolumeIDProperty(medium.Get())); })
         .Gives("1")
@@ -66,22 +66,22 @@ TEST_F(SweptDisks, AnIdentityThatCannotBeReadIsNotWritten)
     TOperation("TVolumeRegistry::ReadVolumeID",
                [] {
                    UInt8 identity[kVolumeIDSize] = {'-'};
-                   const bool result = TVolumeRegistry::ReadVolumeID(kVolume, identity);
+                   const bool result = TVolumeRegistry::ReadVolumeID(kNewcomer, identity);
                    return Text(result) + " " + static_cast<char>(identity[0]);
                })
         .Gives("1 A")
         .GivesOnFailure("0 -")
         .GivesOnFailureOf("read", "1 A", kByCaller, 2)   // what is behind the identity is of no interest
-        .DespiteFailureOf(kNotLookedAt)
+        .DespiteFailureOf(kNotNeededOfHfsUtil)
         .Sweep();
 }
 
 TEST_F(SweptDisks, AnIdentityThatCannotBeRenewedIsReported)
 {
-    TOperation("TVolumeRegistry::ResetVolumeID", [] { return Text(TVolumeRegistry::ResetVolumeID(kVolume)); })
+    TOperation("TVolumeRegistry::ResetVolumeID", [] { return Text(TVolumeRegistry::ResetVolumeID(kNewcomer)); })
         .Gives("1")
         .GivesOnFailure("0")
-        .DespiteFailureOf(kNotLookedAt)
+        .DespiteFailureOf(kNotNeededOfHfsUtil)
         .DespiteFailureOf({"dup2", "pipe", "read"})   // what it prints is of no interest
         .Sweep();
 }
@@ -89,18 +89,18 @@ TEST_F(SweptDisks, AnIdentityThatCannotBeRenewedIsReported)
 TEST_F(SweptDisks, ADiskThatAppearsIsNotRecordedWhateverFails)
 {
     const TScopedCFType session(DASessionCreate(kCFAllocatorDefault));
-    const TScopedCFType disk(DADiskCreateFromBSDName(kCFAllocatorDefault, session.Get(), kVolume));
-    const auto removeRecord = [this] { Registry().RemoveRecordForBSDName(kVolume); };
+    const TScopedCFType disk(DADiskCreateFromBSDName(kCFAllocatorDefault, session.Get(), kNewcomer));
+    const auto removeRecord = [this] { Registry().RemoveRecordForBSDName(kNewcomer); };
     TOperation("THXDaemonTool::DiskAppeared",
                [&] {
                    tool.DiskAppeared(disk.Get());
-                   return Records({kVolume}) + "recorded";
+                   return Records({kNewcomer}) + "recorded";
                })
         .After(removeRecord)
         .Gives("disk2s3=A recorded, left 1 block")
         .GivesOnFailure("recorded")
         .GivesOnFailureOf("read", "disk2s3=A recorded, left 1 block", kByCaller, 2)
-        .DespiteFailureOf(kNotLookedAt)
+        .DespiteFailureOf(kNotNeededOfHfsUtil)
         .DespiteFailureOf({"IOObjectRelease"})
         .Sweep();
 }
@@ -108,14 +108,14 @@ TEST_F(SweptDisks, ADiskThatAppearsIsNotRecordedWhateverFails)
 TEST_F(SweptDisks, ADiskThatDisappearsStaysRecordedWithoutMemoryForTheRest)
 {
     const TScopedCFType session(DASessionCreate(kCFAllocatorDefault));
-    const TScopedCFType disk(DADiskCreateFromBSDName(kCFAllocatorDefault, session.Get(), kVolume));
+    const TScopedCFType disk(DADiskCreateFromBSDName(kCFAllocatorDefault, session.Get(), kNewcomer));
     TOperation("THXDaemonTool::DiskDisappeared",
                [&] {
                    tool.DiskDisappeared(disk.Get());
-                   return Records({kVolume, "disk9"}) + "recorded";
+                   return Records({kNewcomer, "disk9"}) + "recorded";
                })
         .After([this] {
-            Registry().SetVolumeIDForBSDName(kVolume, Identity('A'));
+            Registry().SetVolumeIDForBSDName(kNewcomer, Identity('A'));
             Registry().SetVolumeIDForBSDName("disk9", Identity('B'));
         })
         .Gives("disk9=B recorded, left 1 block")
@@ -125,14 +125,14 @@ TEST_F(SweptDisks, ADiskThatDisappearsStaysRecordedWithoutMemoryForTheRest)
 
 TEST_F(SweptDisks, ANewcomerWithAnothersIdentityIsNotRecordedWhateverFails)
 {
-    const TScopedIOObject medium(IORegistryEntryFromPath(kIOMasterPortDefault, machine.EntryPath(kVolume).c_str()));
+    const TScopedIOObject medium(IORegistryEntryFromPath(kIOMasterPortDefault, machine.EntryPath(kNewcomer).c_str()));
     TOperation("TVolumeRegistry::VolumeAppeared, twice the same identity",
                [&] {
-                   Registry().VolumeAppeared(kVolume, medium.Get());
-                   return Records({"disk9", kVolume}) + "recorded";
+                   Registry().VolumeAppeared(kNewcomer, medium.Get());
+                   return Records({"disk9", kNewcomer}) + "recorded";
                })
         .After([this] {
-            Registry().RemoveRecordForBSDName(kVolume);
+            Registry().RemoveRecordForBSDName(kNewcomer);
             UInt8 identity[kVolumeIDSize] = {};
             memcpy(identity, "ABCDEF", 6);
             Registry().SetVolumeIDForBSDName("disk9", identity);
@@ -145,7 +145,7 @@ TEST_F(SweptDisks, ANewcomerWithAnothersIdentityIsNotRecordedWhateverFails)
         .DespiteFailureOf({"read"})
         .GivesOnFailureOf("pipe", "disk9=A disk2s3=A recorded, left 1 block", kByCaller, 2)
         .GivesOnFailureOf("dup2", "disk9=A disk2s3=A recorded, left 1 block", kByChild, 2)
-        .DespiteFailureOf(kNotLookedAt)
+        .DespiteFailureOf(kNotNeededOfHfsUtil)
         .Sweep();
 }
 
@@ -153,10 +153,10 @@ TEST_F(SweptDisks, ARecordWithoutMemoryIsNotAdded)
 {
     TOperation("TVolumeRegistry::SetVolumeIDForBSDName",
                [this] {
-                   Registry().SetVolumeIDForBSDName(kVolume, Identity('A'));
-                   return Records({kVolume}) + "recorded";
+                   Registry().SetVolumeIDForBSDName(kNewcomer, Identity('A'));
+                   return Records({kNewcomer}) + "recorded";
                })
-        .After([this] { Registry().RemoveRecordForBSDName(kVolume); })
+        .After([this] { Registry().RemoveRecordForBSDName(kNewcomer); })
         .Gives("disk2s3=A recorded, left 1 block")
         .GivesOnFailure("recorded")
         .Sweep();

@@ -9,7 +9,7 @@
 
 namespace fs = std::filesystem;
 
-static const char kVolume[] = "/Volumes/Backup";
+static const char kVolumePath[] = "/Volumes/Backup";
 
 // What a tool's run does without: who it is run as, the descriptors that its end closes anyway, and what nobody reads.
 static const std::vector<std::string> kNotLookedAt = {"close", "fcntl", "setuid"};
@@ -33,22 +33,22 @@ protected:
 
 TEST_F(SweptTools, JournalingIsDoneOrReportedAsFailed)
 {
-    ReturningTool("EnableJournaling", [] { return Text(EnableJournaling(kVolume)); }).Sweep();
-    ReturningTool("DisableJournaling", [] { return Text(DisableJournaling(kVolume)); }).Sweep();
-    ReturningTool("SetJournaling", [] { return Text(SetJournaling(kVolume, 1)); }).Sweep();
+    ReturningTool("EnableJournaling", [] { return Text(EnableJournaling(kVolumePath)); }).Sweep();
+    ReturningTool("DisableJournaling", [] { return Text(DisableJournaling(kVolumePath)); }).Sweep();
+    ReturningTool("SetJournaling", [] { return Text(SetJournaling(kVolumePath, 1)); }).Sweep();
 }
 
 TEST_F(SweptTools, IndexingIsDoneOrReportedAsFailed)
 {
-    ReturningTool("EnableIndexing", [] { return Text(EnableIndexing(kVolume)); }).Sweep();
-    ReturningTool("DisableIndexing", [] { return Text(DisableIndexing(kVolume)); }).Sweep();
-    ReturningTool("SetIndexing", [] { return Text(SetIndexing(kVolume, 1)); }).Sweep();
+    ReturningTool("EnableIndexing", [] { return Text(EnableIndexing(kVolumePath)); }).Sweep();
+    ReturningTool("DisableIndexing", [] { return Text(DisableIndexing(kVolumePath)); }).Sweep();
+    ReturningTool("SetIndexing", [] { return Text(SetIndexing(kVolumePath, 1)); }).Sweep();
 }
 
 TEST_F(SweptTools, IndexingThatCannotBeAskedForReadsAsNone)
 {
-    ASSERT_EQ(1u, EnableIndexing(kVolume));
-    TOperation("ReturnIndexingState", [] { return Text(ReturnIndexingState(kVolume)); })
+    ASSERT_EQ(1u, EnableIndexing(kVolumePath));
+    TOperation("ReturnIndexingState", [] { return Text(ReturnIndexingState(kVolumePath)); })
         .Gives("1")
         .GivesOnFailure("0")
         .GivesOnFailureOf("execv", "0, in a child: 1")
@@ -59,7 +59,7 @@ TEST_F(SweptTools, IndexingThatCannotBeAskedForReadsAsNone)
 TEST_F(SweptTools, OwnershipAnswersWithTheChildsIDUnlessThereIsNoneToWaitFor)
 {
     TOperation("EnableOwnershipAndPermissions",
-               [] { return EnableOwnershipAndPermissions(kVolume) > 0 ? "its ID" : "-1"; })
+               [] { return EnableOwnershipAndPermissions(kVolumePath) > 0 ? "its ID" : "-1"; })
         .Gives("its ID")
         .GivesOnFailure("-1")
         .DespiteFailureOf(kNotLookedAt)
