@@ -26,7 +26,7 @@ struct TNode
     std::size_t line = 0;   // from 1 on
     std::size_t lastLine = 0;
     std::string prefix;        // what is drawn before the entry
-    std::string blockPrefix;   // what is drawn before its opening brace; empty when it has none
+    std::string blockPrefix;   // what is drawn before its opening brace
     TValue entry;
     std::vector<std::size_t> children;
 
@@ -60,7 +60,6 @@ private:
 
     std::vector<std::string> fLines;
     std::size_t fAt = 0;
-    bool fHasProperties = false;
     TCapture fCapture;
 };
 
@@ -186,22 +185,23 @@ void TTextReader::ReadProperty(std::size_t column, TValue* entry)
     entry->Set(key, std::move(value));
 }
 
-// The properties of an entry between braces, when there are any, and the empty line behind them.
+// The properties of an entry between braces, and the empty line behind them.
 void TTextReader::ReadBlock(TNode* node)
 {
-    if (fAt == fLines.size() || fLines[fAt].substr(EndOfPrefix(fLines[fAt])) != "{")
-        return;
+    const std::string entry = "the entry in line " + std::to_string(node->line);
+    if (fAt == fLines.size())
+        throw TDamage{fAt, "the registry is cut short: it ends here, before the properties of " + entry};
+    if (fLines[fAt].substr(EndOfPrefix(fLines[fAt])) != "{")
+        Fail(fAt, "the properties of " + entry + " should begin here; ioreg -l -w0 prints those of all entries");
     const std::size_t column = node->prefix.size() + 6;
     if (EndOfPrefix(fLines[fAt]) + 2 != column)
         Fail(fAt, "the brace does not stand below its entry");
     node->blockPrefix = fLines[fAt].substr(0, column - 2);
-    fHasProperties = true;
     for (++fAt;;) {
         if (fAt == fLines.size())
-            throw TDamage{fAt, "the registry is cut short: it ends here, among the properties of the entry in line " +
-                                   std::to_string(node->line)};
+            throw TDamage{fAt, "the registry is cut short: it ends here, among the properties of " + entry};
         if (!IsInBlock(fAt, column))
-            Fail(fAt, "this is no property of the entry in line " + std::to_string(node->line) +
+            Fail(fAt, "this is no property of " + entry +
                           "; ioreg -l -w0 prints each in one line, and no program may wrap it");
         if (EndsWith(fLines[fAt], '}') && EndOfPrefix(fLines[fAt]) + 2 == column)
             break;
@@ -278,7 +278,7 @@ void TTextReader::CheckBars(const TTree& tree) const
         const std::size_t depth = tree[i].Depth();
         above.resize(depth);
         above.push_back(i);
-        const std::string& drawing = tree[i].blockPrefix.empty() ? tree[i].prefix : tree[i].blockPrefix;
+        const std::string& drawing = tree[i].blockPrefix;
         for (std::size_t level = 0; level < std::min(drawing.size() / 2, kDeepestBars); ++level) {
             const bool isBelow = level > depth;
             const std::size_t next = isBelow ? i + 1 : ends[above[level]];
@@ -313,8 +313,6 @@ TCapture TTextReader::Read()
         throw TDamage{1, "no registry begins here nor in any line behind it; ioreg -l -w0 prints one"};
     while (fAt < fLines.size())
         ReadTree();
-    if (!fHasProperties)
-        throw TDamage{1, "the registry holds no properties; ioreg -l -w0 prints them"};
     return std::move(fCapture);
 }
 

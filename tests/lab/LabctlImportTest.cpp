@@ -271,7 +271,8 @@ TEST_F(LabctlImport, WhatIsNoWholeCaptureIsRefused)
     std::string bare;
     for (const std::string& line : SplitLines(PrintRegistry(SmallMac())))
         bare += line.find("+-o") == std::string::npos ? "" : line + "\n";
-    ExpectDamage(bare, "ioreg.txt, line 1: the registry holds no properties; ioreg -l -w0 prints them");
+    ExpectDamage(bare, "ioreg.txt, line 2: the properties of the entry in line 1 should begin here; ioreg -l -w0 "
+                       "prints those of all entries");
     ExpectDamage(
         PrintRegistry({{0, "Root", "IORegistryEntry", {}}, {1, "EHCI@1D", "AppleUSBEHCI", {}}}),
         "ioreg.txt holds no IOService plane, whose first entry below Root is the computer; ioreg -l -w0 prints it");
