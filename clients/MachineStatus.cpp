@@ -1,8 +1,9 @@
 #include "clients/MachineStatus.h"
 
-#include "clients/EventStream.h"
-#include "foundation/CFTypes.h"   // CFTypeAs, ExtractASCII
+#include "clients/halvorixevent.h"   // HALVORIX_EVENT_SOCKET
+#include "foundation/CFTypes.h"      // CFTypeAs, ExtractASCII
 #include "foundation/NumVersions.h"
+#include "foundation/PosixDifferences.h"
 #include "foundation/ScopedCFType.h"
 #include "services/BootDevice.h"   // GetBootPath, GetIOKitObjectWithOpenFirmwarePath
 #include "services/BootMembers.h"
@@ -10,14 +11,19 @@
 #include "services/NearestProperties.h"
 #include "services/Processes.h"   // NumberOfProcessesWithName
 #include "services/PropertyListFiles.h"
+#include "services/ScopedDescriptor.h"
 #include "services/ScopedIOObject.h"
 #include "services/SystemVersion.h"
 #include "services/VolumePaths.h"
 #include "services/VolumeUUIDs.h"
 
 #include <DiskArbitration/DiskArbitration.h>
+#include <cerrno>
+#include <cstring>
 #include <strings.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 
 // Room for a BSD name, and for a path, as the library has it.
 static const UInt32 kNameSize = 32;
@@ -201,6 +207,24 @@ static std::string DiskAtBootPath(const std::string& bootPath)
     return media ? BSDNameOf(media.Get()) : "";
 }
 
+// Asks for the daemon's socket with one of another type, and so is refused: with EPROTOTYPE where a process holds a stream
+// socket, and otherwise where none does. A connection would stay with the daemon until its next event, and a status that is
+// asked for again and again would take all of its descriptors.
+//
+// returns  0 when a process holds it, or an errno value
+static int ErrorAtEventSocket()
+{
+    const TScopedDescriptor asking(socket(AF_UNIX, SOCK_DGRAM, 0));
+    struct sockaddr_un address;
+    memset(&address, 0, sizeof address);
+    SetAddressLength(&address, 0);
+    address.sun_family = AF_UNIX;
+    strcpy(address.sun_path, HALVORIX_EVENT_SOCKET);
+    if (connect(asking.Get(), reinterpret_cast<const struct sockaddr*>(&address), sizeof address) == 0)
+        return EPROTOTYPE;
+    return errno == EPROTOTYPE ? 0 : errno;
+}
+
 TMachineStatus LookAtMachine()
 {
     TMachineStatus machine;
@@ -216,8 +240,7 @@ TMachineStatus LookAtMachine()
 
     machine.daemons = NumberOfProcessesWithName("halvorixd");
     machine.somebodyIsLoggedIn = NumberOfProcessesWithName("SystemUIServer") != 0;
-    TEventStream stream;
-    machine.socketError = stream.Connect(HALVORIX_EVENT_SOCKET);
+    machine.socketError = ErrorAtEventSocket();
     return machine;
 }
 

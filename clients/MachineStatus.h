@@ -2,7 +2,7 @@
 // from, and the daemon.
 //
 // Looking changes nothing and runs no tool. The I/O Registry, Disk Arbitration, the kernel's table of processes and files
-// on mounted volumes are read, and a connection to the daemon's socket is made and closed. Nothing is mounted: not even
+// on mounted volumes are read, and the daemon's socket is asked for without becoming a client. Nothing is mounted: not even
 // for a moment, since the daemon, asked for a rebuild in that moment, would find the partition busy and leave it as it is.
 // So the files of a boot helper partition that is not mounted stay unknown. Nobody has to be root for it.
 
@@ -56,7 +56,7 @@ struct TMachineStatus
     std::string bootPath;              // the firmware's boot device, as it stands there
     std::string bootDisk;              // the BSD name of the disk that it leads to
     UInt32 daemons = 0;                // processes named halvorixd
-    int socketError = 0;               // 0: the daemon's socket takes connections; otherwise connect's errno value
+    int socketError = 0;               // 0: a process holds the daemon's socket; otherwise why not, an errno value
     bool somebodyIsLoggedIn = false;   // whether SystemUIServer runs, for which the daemon waits
 };
 

@@ -8,6 +8,9 @@
 // 10.4.15 as a NumVersion: the highest version whose systems start without boot helper partitions.
 static const UInt32 kHighestBefore10_5 = 0x104FFFFF;
 
+// How much of a name is left when a partition is erased: "/dev/r" and the name are cut to 15 bytes.
+static const std::size_t kLongestNameErased = 9;
+
 static const char kRebuild[] = "let the RAID driver ask the daemon for a rebuild, which erases it and fills it anew";
 
 // Gathers what is found.
@@ -71,6 +74,11 @@ static bool JudgeHelperPartition(const TMemberStatus& member, TFindings* finding
             "the member");
         return false;
     }
+    if (helper.bsdName.size() > kLongestNameErased)
+        findings->Problem(helper.bsdName,
+                          "its name is too long for a rebuild, which would erase " +
+                              helper.bsdName.substr(0, kLongestNameErased) + " in its place",
+                          "detach disk images and other disks and restart, so that it gets a lower number");
     if (!helper.isBootPartition) {
         findings->Problem(helper.bsdName,
                           "it stands where a boot helper belongs but is of type " +

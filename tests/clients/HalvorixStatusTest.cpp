@@ -65,6 +65,7 @@ TEST_F(HalvorixStatus, NothingOfTheMachineChangesAndNoToolIsRun)
     EXPECT_EQ(before, AllOfTheMachine());
     EXPECT_TRUE(machine.ToolRuns().empty());
     EXPECT_TRUE(machine.DriverCalls().empty());
+    EXPECT_FALSE(socket->SomebodyWaits()) << "it became a client of the daemon";
 }
 
 TEST_F(HalvorixStatus, AHelperThatIsNotMountedIsNotChecked)

@@ -96,6 +96,19 @@ TEST(StatusFindings, AVolumeWithoutIdentityIsLikeNoOtherAndCannotBeNamed)
               FoundOf(machine));
 }
 
+TEST(StatusFindings, ANameThatIsCutWhenItIsErasedIsAProblem)
+{
+    TMachineStatus machine = GoodMachine();
+    machine.bootDisk = "disk10s12";
+    machine.volumes[0].members[0].helper.bsdName = "disk10s12";
+    EXPECT_EQ(TFound{}, FoundOf(machine));
+
+    machine.bootDisk = "disk10s123";
+    machine.volumes[0].members[0].helper.bsdName = "disk10s123";
+    EXPECT_EQ((TFound{"disk10s123: its name is too long for a rebuild, which would erase disk10s12 in its place"}),
+              FoundOf(machine));
+}
+
 TEST(StatusFindings, OneDaemonAndNobodyElseMustAnswer)
 {
     TMachineStatus machine = GoodMachine();
