@@ -57,7 +57,8 @@ FolderIsRoots() {
 # Has init start a program there. By the first word labctl knows it.
 InMachine() {
     rm -f "$mac/output-$1"
-    Labctl start --output "/machine/output-$1" "$1" /bin/bash /machine/support/in-machine.sh "${@:2}" || Fail "no $1 could be started"
+    Labctl start --output "/machine/output-$1" "$1" /bin/bash /machine/support/in-machine.sh "${@:2}" ||
+        Fail "no $1 could be started"
 }
 
 Labctl() { "$build/bin/labctl" --machine "$mac" "$@" >/dev/null 2>&1; }

@@ -4,10 +4,11 @@
 usage: pages.py PAGE...
        pages.py --shown COMMAND PAGE <OUTPUT     compares what a long command printed with what a page shows of it
 
-A block of the kind `console` holds commands, in lines that begin with "$ ", and perhaps what each prints; a line "..." stands for
-any lines, and empty lines do not count. All of a page's are typed into one shell at the root of the checkout, each must end with status 0, and a comment behind
-one ("  # ...") is for people. Commands that take long are not run: the program or script must be there. Blocks of the other kinds
-below are not typed. A block of no kind is refused, so that no command is overlooked.
+A block of the kind `console` holds commands, in lines that begin with "$ ", and perhaps what each prints; a line "..."
+stands for any lines, and empty lines do not count. All of a page's are typed into one shell at the root of the checkout, each
+must end with status 0, and a comment behind one ("  # ...") is for people. Commands that take long are not run: the program
+or script must be there. Blocks of the other kinds below are not typed. A block of no kind is refused, so that no command is
+overlooked.
 """
 
 import os
