@@ -6,9 +6,9 @@
 #include "lab/import/Capture.h"
 #include "lab/import/DeviceTree.h"
 #include "lab/import/MountOutput.h"
+#include "lab/import/MountedVolume.h"
 #include "lab/import/Superclasses.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -264,47 +264,10 @@ void TImporter::MakeRegistry(const lab::TMachine& machine)
     FailIf(lab::TRegistry(machine.Folder()).Error());
 }
 
-// The kinds that a machine's volumes can have, and the contents of the partitions that hold them.
-struct TKind
-{
-    const char* name;
-    const char* contents[4];
-};
-const TKind kKinds[] = {{"hfs", {"Apple_HFS", "48465300", "Apple_Boot", "426F6F74"}},
-                        {"ufs", {"Apple_UFS", "55465300", "Apple_Rhapsody_UFS", nullptr}},
-                        {"msdos", {"DOS_FAT_", "Windows_", "EBD0A0A2", "C12A7328"}},
-                        {"cd9660", {"CD_ROM_", "CD_DA", nullptr, nullptr}},
-                        {"udf", {"UDF", "DVD_", nullptr, nullptr}}};
-
-// The kind that mount tells from 10.5 on; before that, what such a partition holds. Empty when no machine has it.
-std::string KindOf(const TMountedDisk& disk, const TValue& medium)
-{
-    const bool isTold = !disk.options.empty() && disk.options[0] != "local" && disk.options[0] != "read-only" &&
-                        disk.options[0] != "asynchronous" && disk.options[0] != "NFS exported";
-    const std::string content = lab::TextOf(medium, "Content");
-    for (const TKind& kind : kKinds) {
-        if (isTold && disk.options[0] == kind.name)
-            return kind.name;
-        for (const char* const beginning : kind.contents) {
-            if (!isTold && beginning && content.rfind(beginning, 0) == 0)
-                return kind.name;
-        }
-    }
-    return isTold ? "" : "hfs";
-}
-
-// A slash in a volume's name stands as a colon among the mount points. What the start-up volume is called, mount does not say.
-std::string VolumeName(const TMountedDisk& disk, const TValue& medium)
-{
-    std::string name = disk.path == "/" ? lab::TextOf(medium, "IORegistryEntryName") : lab::BaseName(disk.path);
-    std::replace(name.begin(), name.end(), ':', '/');
-    return name;
-}
-
 void TImporter::MakeVolume(lab::TMachine* machine, const TMountedDisk& disk)
 {
     const TValue& medium = *FindDisk(fCapture.services, disk.bsdName);
-    const std::string kind = KindOf(disk, medium);
+    const std::string kind = KindOfVolume(disk, medium);
     if (kind.empty()) {
         if (disk.path == "/")
             throw TFailure{fFiles.mounts + ", line " + std::to_string(disk.line) +
@@ -313,7 +276,7 @@ void TImporter::MakeVolume(lab::TMachine* machine, const TMountedDisk& disk)
                                    " here");
         return;
     }
-    FailIf(machine->AddVolume(disk.bsdName, VolumeName(disk, medium), kind));
+    FailIf(machine->AddVolume(disk.bsdName, NameOfVolume(disk, medium), kind));
     const bool isJournaled = disk.Has("journaled");
     FailIf(machine->SetVolumeProperty(disk.bsdName, "Journaled", TValue::Boolean(isJournaled)));
     if (disk.Has("read-only"))
@@ -350,9 +313,11 @@ void TImporter::Make(const std::string& folder)
 
 }   // namespace
 
-std::string ImportMachine(const TCaptureFiles& files, const std::string& machines, const std::string& folder,
+std::string ImportMachine(const TCaptureFiles& files, const std::string& machines, const std::string& place,
                           TImported* imported)
 {
+    // The folder is made beside the place, so that has to have a name.
+    const std::string folder = place.substr(0, place.find_last_not_of('/') + 1);
     std::error_code ignored;
     if (std::filesystem::exists(std::filesystem::symlink_status(folder, ignored)))
         return folder + " is there already; a machine is made where nothing is yet";

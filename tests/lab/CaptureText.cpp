@@ -1,5 +1,7 @@
 #include "tests/lab/CaptureText.h"
 
+#include <cstdio>
+
 // Whether an entry on this level follows before one that stands higher.
 static bool Follows(const std::vector<TCapturedEntry>& entries, std::size_t from, std::size_t depth)
 {
@@ -19,13 +21,21 @@ static std::string Bars(const std::vector<TCapturedEntry>& entries, std::size_t 
     return bars;
 }
 
+static std::string Numbered(std::string state, std::size_t number)
+{
+    char digits[8];
+    std::snprintf(digits, sizeof digits, "%02x", static_cast<unsigned>(number & 0xff));
+    const std::size_t at = state.find('#');
+    return at == std::string::npos ? state : state.replace(at, 1, digits);
+}
+
 std::string PrintRegistry(const std::vector<TCapturedEntry>& entries, const std::string& state, const std::string& root)
 {
     std::string text;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const TCapturedEntry& entry = entries[i];
         text += Bars(entries, i, entry.depth) + "+-o " + entry.name + "  <class " + entry.className +
-                (i == 0 ? root : state) + ">\n";
+                Numbered(i == 0 ? root : state, i) + ">\n";
         const std::string bars = Bars(entries, i, entry.depth + 2);
         text += bars + "{\n";
         for (const std::string& property : entry.properties)

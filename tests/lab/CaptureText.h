@@ -15,7 +15,8 @@ struct TCapturedEntry
     std::vector<std::string> properties;   // each as it is printed: "\"Size\" = 512"
 };
 
-// The text of a plane, its bars included. `state` is what stands behind the class of each entry but Root, which has `root`.
+// The text of a plane, its bars included. `state` is what stands behind the class of each entry but Root, which has `root`; a
+// "#" in them stands for the entry's number from 0 on, as two hexadecimal digits.
 std::string PrintRegistry(const std::vector<TCapturedEntry>& entries,
                           const std::string& state = ", registered, matched, active, busy 0, retain count 7",
                           const std::string& root = ", retain count 9");

@@ -1,101 +1,16 @@
-#include "lab/Files.h"
-#include "lab/Registry.h"
-#include "tests/lab/CaptureText.h"
-#include "tests/lab/LabctlRun.h"
+#include "tests/lab/ImportRun.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <filesystem>
 #include <string>
-#include <sys/stat.h>
-#include <utility>
 #include <vector>
 
 using namespace lab;
 using plist::TValue;
 
-// Machines that labctl makes of what was captured on a Mac.
-class LabctlImport : public TLabctlTest
+// What labctl reads in a registry that a Mac printed.
+class LabctlImport : public TImportTest
 {
-protected:
-    void SetUp() override
-    {
-        TLabctlTest::SetUp();
-        ASSERT_EQ(0, mkdir("/tmp/capture", 0777));
-        Give("SystemVersion.plist", SystemVersion("10.4.11"));
-        Give("mount.txt", "/dev/disk0s3 on / (local, journaled)\ndevfs on /dev (local)\n<volfs> on /.vol\n");
-    }
-
-    static void Give(const std::string& file, const std::string& text)
-    {
-        ASSERT_EQ("", ReplaceFile("/tmp/capture/" + file, text));
-    }
-
-    // Imports a registry into /tmp/mac, and returns what labctl ended with.
-    std::string Import(const std::string& registry, const std::vector<std::string>& options = {})
-    {
-        std::filesystem::remove_all("/tmp/mac");
-        Give("ioreg.txt", registry);
-        std::vector<std::string> words{"import"};
-        words.insert(words.end(), options.begin(), options.end());
-        for (const char* const file : {"ioreg.txt", "SystemVersion.plist", "mount.txt"})
-            words.push_back(std::string("/tmp/capture/") + file);
-        words.push_back("/tmp/mac");
-        return Run(words);
-    }
-
-    // The capture is refused with these words, and nothing is left of the machine.
-    void ExpectDamage(const std::string& registry, const std::string& why)
-    {
-        EXPECT_EQ("exited 1", Import(registry)) << why;
-        EXPECT_EQ("", output);
-        EXPECT_EQ("labctl: /tmp/capture/" + why + "\n", errors);
-        EXPECT_EQ(std::vector<std::string>{"capture"}, NamesInFolder("/tmp"));
-    }
-
-    // A property of disk0s3 in the machine that was made.
-    static TValue Property(const std::string& key)
-    {
-        TRegistry registry("/tmp/mac");
-        EXPECT_EQ("", registry.Error());
-        const TFoundEntry found = registry.FindMedium("disk0s3");
-        const TValue* const value = found.entry ? found.entry->Find(key) : nullptr;
-        EXPECT_TRUE(value) << key;
-        return value ? *value : TValue();
-    }
-
-    // A property that is written so, in the machine.
-    TValue Read(const std::string& value)
-    {
-        EXPECT_EQ("exited 0", Import(PrintRegistry(SmallMac({"\"key\" = " + value})))) << errors;
-        return Property("key");
-    }
 };
-
-TEST_F(LabctlImport, ACaptureBecomesAMachineWithItsDisksAndItsSystem)
-{
-    ASSERT_EQ("exited 0", Import(PrintRegistry(SmallMac()))) << errors;
-    EXPECT_EQ(0u, output.find("PowerMac3,6, Mac OS X 10.4.11: 15 registry entries, 3 disks and partitions, "
-                              "volumes mounted: 1, started from disk0s3\nnote: the device tree is made from "))
-        << output;
-
-    ASSERT_EQ("exited 0", Run({"--machine", "/tmp/mac", "tree"}));
-    EXPECT_EQ("PowerMac3,6, Mac OS X 10.4.11\n"
-              "|-- system: Mac OS X 10.4.11, started from disk0s3\n"
-              "|-- boot device: /pci@f4000000/ata-6@D/@0:3,\\\\:tbxi, disk0s3\n"
-              "|-- driver: not loaded\n"
-              "|-- processes: the machine is not running\n"
-              "`-- disks\n"
-              "    `-- disk0  ST380023A Media, 74.5 GB, Apple_partition_scheme\n"
-              "        |-- disk0s1  Apple, 31.5 KB, Apple_partition_map\n"
-              "        `-- disk0s3  Macintosh HD, 74.5 GB, Apple_HFS, boot device, "
-              "volume Macintosh HD (hfs) not mounted\n",
-              output);
-    EXPECT_EQ(SystemVersion("10.4.11"),
-              TMachine("/tmp/mac").ReadText("volumes/disk0s3/files/System/Library/CoreServices/SystemVersion.plist"));
-    // What no capture holds is that of the machine that ships with this system.
-    EXPECT_EQ("EST5EDT,M3.2.0,M11.1.0", ReadLine("/tmp/mac/time-zone"));
-}
 
 TEST_F(LabctlImport, EveryKindOfValueIsRead)
 {
@@ -177,21 +92,11 @@ TEST_F(LabctlImport, EachSystemsOwnWayOfPrintingIsRead)
 
 TEST_F(LabctlImport, IdentifiersThatALaterSystemPrintsAreKept)
 {
-    std::string text;
-    unsigned next = 0x200;
-    for (const std::string& line : SplitLines(PrintRegistry(SmallMac(), ", registered, retain 7", ", retain 9"))) {
-        const std::size_t class_end =
-            line.find("  <class ") == std::string::npos ? std::string::npos : line.find(", ", line.find("  <class "));
-        char identifier[32];
-        std::snprintf(identifier, sizeof identifier, ", id 0x1%08x", next);
-        next += class_end == std::string::npos ? 0 : 1;
-        text +=
-            (class_end == std::string::npos ? line : line.substr(0, class_end) + identifier + line.substr(class_end)) +
-            "\n";
-    }
-    ASSERT_EQ("exited 0", Import(text)) << errors;
-    EXPECT_EQ(0x10000020d, Property("IORegistryEntryID").integer);
-    EXPECT_EQ(std::to_string(0x10000020f), ReadLine("/tmp/mac/registry/next-id"));
+    ASSERT_EQ("exited 0",
+              Import(PrintRegistry(SmallMac(), ", id 0x2000000#, registered, retain 7", ", id 0x2000000#, retain 9")))
+        << errors;
+    EXPECT_EQ(0x20000000d, Property("IORegistryEntryID").integer);
+    EXPECT_EQ(std::to_string(0x20000000f), ReadLine("/tmp/mac/registry/next-id"));
 }
 
 TEST_F(LabctlImport, ARegistryThatIsDamagedIsRefusedWithItsLine)
@@ -244,26 +149,24 @@ TEST_F(LabctlImport, ARegistryThatIsDamagedIsRefusedWithItsLine)
 
 TEST_F(LabctlImport, EntriesThatAreMissingOrTooManyAreSeenByTheBars)
 {
+    // A registry in which disk0s3 follows disk0s1, and one in which it does not.
     std::vector<TCapturedEntry> mac = SmallMac();
-    const std::string whole = PrintRegistry(mac);
-    // disk0s1, which line 67 and those behind it belong to, is followed by disk0s3.
+    const std::string both = PrintRegistry(mac);
     mac.erase(mac.begin() + 13);
-    const std::string fewer = PrintRegistry(mac);
-    const std::size_t resources = whole.find("    +-o IOResources");
-    const std::size_t map = whole.find("+-o Apple@1");
-    const std::size_t mapStart = whole.rfind('\n', map) + 1;
-    const std::size_t next = whole.rfind('\n', whole.find("+-o Macintosh HD@3")) + 1;
+    const std::string alone = PrintRegistry(mac);
+    const auto lineOf = [](const std::string& text, const std::string& entry) {
+        return text.rfind('\n', text.find("+-o " + entry)) + 1;
+    };
+    const std::string before = both.substr(0, lineOf(both, "Apple@1"));
+    const long first = 1 + std::count(before.begin(), before.end(), '\n');
+    // An entry with five properties takes nine lines.
+    const std::string damaged = "ioreg.txt, line " + std::to_string(first + 9);
+    const std::string teller = "by what line " + std::to_string(first) + " shows, ";
 
-    const std::string first = whole.substr(0, mapStart);
-    const long line = 1 + std::count(first.begin(), first.end(), '\n');
-    ExpectDamage(whole.substr(0, next) + whole.substr(resources),
-                 "ioreg.txt, line " + std::to_string(line + 9) +
-                     ": an entry is missing before this line: by what line " + std::to_string(line) +
-                     " shows, one follows");
-    const std::size_t fewerEnd = fewer.find("    +-o IOResources");
-    ExpectDamage(fewer.substr(0, fewerEnd) + whole.substr(next),
-                 "ioreg.txt, line " + std::to_string(line + 9) + ": this entry should not be here: by what line " +
-                     std::to_string(line) + " shows, none follows there");
+    ExpectDamage(both.substr(0, lineOf(both, "Macintosh HD")) + both.substr(lineOf(both, "IOResources")),
+                 damaged + ": an entry is missing before this line: " + teller + "one follows");
+    ExpectDamage(alone.substr(0, lineOf(alone, "IOResources")) + both.substr(lineOf(both, "Macintosh HD")),
+                 damaged + ": this entry should not be here: " + teller + "none follows there");
 }
 
 TEST_F(LabctlImport, WhatIsNoWholeCaptureIsRefused)
@@ -299,146 +202,4 @@ TEST_F(LabctlImport, AnArchiveOfALaterSystemIsTaken)
     ExpectDamage("<plist version=\"1.0\"><dict><key>a</key><true/></dict></plist>",
                  "ioreg.txt: the outermost value is no registry entry, which has an IOObjectClass and an "
                  "IORegistryEntryName; ioreg -a -l prints both");
-}
-
-TEST_F(LabctlImport, TheRealDeviceTreeSharesItsEntriesWithTheServices)
-{
-    const std::string tree = PrintRegistry(
-        {{0, "Root", "IORegistryEntry", {}},
-         {1, "device-tree", "IOPlatformExpertDevice", {}},
-         {2, "aliases", "IOService", {R"("hd" = <"/pci@f4000000/ata-6@D/@0">)"}},
-         {2, "options", "IODTNVRAM", {R"("boot-device" = "hd:3,\\:tbxi")"}},
-         {2, "pci@f4000000", "IOPlatformDevice", {R"("name" = <"pci">)", R"("reg" = <f400000002000000>)"}},
-         {3, "ata-6@D", "IOPCIDevice", {R"("name" = <"ata-6">)"}},
-         {4, "@0:3", "IOMedia", {R"("BSD Name" = "disk0s3")"}}});
-    Give("tree.txt", tree);
-    ASSERT_EQ("exited 0", Import(PrintRegistry(SmallMac()), {"--device-tree", "/tmp/capture/tree.txt"})) << errors;
-    EXPECT_FALSE(OutputHas("the device tree is made")) << output;
-
-    TRegistry registry("/tmp/mac");
-    for (const char* const path :
-         {"/pci@f4000000", "/pci@f4000000/ata-6@D", "/pci@f4000000/ata-6@D/@0:3", "/options"}) {
-        const TValue* const entry = registry.AtDeviceTreePath(path);
-        ASSERT_TRUE(entry) << path;
-        EXPECT_TRUE(registry.WithIdentifier(NumberOf(*entry, "IORegistryEntryID"))) << path;
-    }
-    // Of the firmware alone.
-    EXPECT_FALSE(registry.WithIdentifier(NumberOf(*registry.AtDeviceTreePath("/aliases"), "IORegistryEntryID")));
-    ASSERT_EQ("exited 0", Run({"--machine", "/tmp/mac", "tree"}));
-    EXPECT_TRUE(OutputHas("boot device: hd:3,\\\\:tbxi, disk0s3\n")) << output;
-
-    // Both planes may stand in one file, in either order.
-    ASSERT_EQ("exited 0", Import("IODeviceTree:\n" + tree + "IOService:\n" + PrintRegistry(SmallMac()))) << errors;
-    EXPECT_FALSE(OutputHas("the device tree is made")) << output;
-    EXPECT_TRUE(OutputHas(": 15 registry entries")) << output;
-}
-
-TEST_F(LabctlImport, ClassesThatNobodyKnowsInheritByWhatTheyShow)
-{
-    std::vector<TCapturedEntry> mac = SmallMac();
-    mac[9].className = "VendorDriver";
-    mac[11].className = "VendorScheme";
-    mac[13].className = "VendorMedia";
-    mac[14].className = "IOService:VendorBase:VendorThing";   // ioreg -i
-    ASSERT_EQ("exited 0", Import(PrintRegistry(mac))) << errors;
-    EXPECT_TRUE(OutputHas("note: 1 class is not known here and counts as a plain service; ")) << output;
-    TValue classes;
-    ASSERT_EQ("", ReadPropertyList("/tmp/mac/registry/classes.plist", &classes));
-    EXPECT_EQ("IOService", TextOf(classes, "VendorDriver"));
-    EXPECT_EQ("IOPartitionScheme", TextOf(classes, "VendorScheme"));
-    EXPECT_EQ("IOMedia", TextOf(classes, "VendorMedia"));
-    EXPECT_EQ("VendorBase", TextOf(classes, "VendorThing"));
-    EXPECT_EQ("IOService", TextOf(classes, "VendorBase"));
-    EXPECT_EQ("IOStorage", TextOf(classes, "IOMedia"));
-}
-
-TEST_F(LabctlImport, NetworkInterfacesHaveBSDNamesAndAreNoDisks)
-{
-    std::vector<TCapturedEntry> mac = SmallMac();
-    mac.push_back({3, "IOEthernetInterface", "IOEthernetInterface", {R"("BSD Name" = "en0")"}});
-    ASSERT_EQ("exited 0", Import(PrintRegistry(mac))) << errors;
-    EXPECT_TRUE(OutputHas(": 16 registry entries, 3 disks and partitions, ")) << output;
-    EXPECT_EQ((std::vector<std::string>{"disk0", "disk0s1", "disk0s3"}), TRegistry("/tmp/mac").MediumNames());
-    ASSERT_EQ("exited 0", Run({"--machine", "/tmp/mac", "tree"}));
-    EXPECT_FALSE(OutputHas("en0")) << output;
-}
-
-TEST_F(LabctlImport, VolumesAreThoseThatWereMounted)
-{
-    std::vector<TCapturedEntry> mac = SmallMac();
-    for (int i = 1; i < 6; ++i)
-        mac.push_back({3,
-                       "Untitled",
-                       "IOMedia",
-                       {"\"BSD Name\" = \"disk" + std::to_string(i) + "s1\"", "\"Size\" = 1024",
-                        std::string("\"Content\" = \"") +
-                            (i == 1   ? "DOS_FAT_32"
-                             : i == 2 ? "Apple_UFS"
-                                      : "") +
-                            "\""}});
-    Give("mount.txt", "/dev/disk0s3 on / (local, journaled)\n"
-                      "/dev/disk1s1 on /Volumes/HAZ SPACE(!) (local, nodev, nosuid)\r\n"
-                      "/dev/disk2s1 on /Volumes/A:B (local, read-only)\n"
-                      "/dev/disk3s1 on /Volumes/Plain\n"
-                      "/dev/disk4s1 on /Volumes/Film (udf, local, nodev, nosuid, read-only)\n"
-                      "/dev/disk5s1 on /Volumes/Windows (ntfs, local, read-only)\n"
-                      "automount -nsl [141] on /Network (automounted)\n");
-    ASSERT_EQ("exited 0", Import(PrintRegistry(mac))) << errors;
-    EXPECT_TRUE(OutputHas("volumes mounted: 5, ")) << output;
-    EXPECT_TRUE(OutputHas("note: the volume at /Volumes/Windows is left out: there is no kind ntfs here\n")) << output;
-
-    const TMachine made("/tmp/mac");
-    const auto show = [&](const std::string& disk) {
-        const TValue volume = made.Volume(disk);
-        return TextOf(volume, "Name") + " " + TextOf(volume, "Kind") +
-               (TruthOf(volume, "Journaled") ? " journaled" : "") + (TruthOf(volume, "Read Only") ? " read-only" : "");
-    };
-    EXPECT_EQ("Macintosh HD hfs journaled", show("disk0s3"));
-    EXPECT_EQ("HAZ SPACE(!) msdos", show("disk1s1"));
-    EXPECT_EQ("A/B ufs read-only", show("disk2s1"));
-    EXPECT_EQ("Plain hfs", show("disk3s1"));
-    EXPECT_EQ("Film udf read-only", show("disk4s1"));
-    EXPECT_TRUE(made.Volume("disk5s1").entries.empty());
-}
-
-TEST_F(LabctlImport, MountsThatDoNotFitAreRefusedWithTheirLine)
-{
-    const std::string registry = PrintRegistry(SmallMac());
-    const std::vector<std::pair<std::string, std::string>> cases = {
-        {"devfs on /dev (local)\n", "mount.txt: nothing is mounted on /, as the start-up volume of every Mac is"},
-        {"/dev/disk0s3 on / (local)\nnonsense\n",
-         "mount.txt, line 2: this is no line that mount prints: it says nothing of what is mounted on what place"},
-        {"server:/nb on / (nfs)\n",
-         "mount.txt, line 1: this Mac did not start from a disk, and a simulated one can only do that"},
-        {"/dev/disk0s3 on / (local)\n/dev/disk0s1 on / (local)\n",
-         "mount.txt, line 2: this disk or this place stands in line 1 already"},
-        {"/dev/disk0s3 on / (zfs, local)\n", "mount.txt, line 1: no Mac starts from a volume of kind zfs"},
-        {"/dev/disk0s3 on / (local)\n/dev/disk7s3 on /Volumes/B (local)\n",
-         "mount.txt, line 2: the registry in /tmp/capture/ioreg.txt has no disk disk7s3; both have to be printed while "
-         "the "
-         "same disks are there"},
-    };
-    for (const auto& each : cases) {
-        Give("mount.txt", each.first);
-        ExpectDamage(registry, each.second);
-    }
-}
-
-TEST_F(LabctlImport, ASystemThatIsNoneAndAPlaceThatIsTakenAreRefused)
-{
-    const std::string registry = PrintRegistry(SmallMac());
-    Give("SystemVersion.plist", SystemVersion("11.0"));
-    ExpectDamage(registry, "SystemVersion.plist holds no ProductVersion such as 10.4.11");
-    Give("SystemVersion.plist", "<plist>\n<dict>\n");
-    EXPECT_EQ("exited 1", Import(registry));
-    EXPECT_EQ(0u, errors.find("labctl: /tmp/capture/SystemVersion.plist is no property list: line ")) << errors;
-    ExpectRefusal({"import", "/tmp/capture/none", "/tmp/capture/mount.txt", "/tmp/capture/mount.txt", "/tmp/mac"},
-                  "cannot read /tmp/capture/none: No such file or directory");
-    ExpectRefusal({"import", "a", "b", "c", "/tmp/capture"},
-                  "/tmp/capture is there already; a machine is made where nothing is yet");
-    Give("SystemVersion.plist", SystemVersion("10.4.11"));
-    ExpectRefusal({"import", "/tmp/capture/ioreg.txt", "/tmp/capture/SystemVersion.plist", "/tmp/capture/mount.txt",
-                   "/tmp/none/mac"},
-                  "cannot make the folder /tmp/none/mac: No such file or directory");
-    ExpectMisuse({"import", "a", "b", "c"}, "something is missing");
 }
