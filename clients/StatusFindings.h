@@ -17,7 +17,7 @@ struct TFinding
     };
 
     EKind kind;
-    std::string about;   // a BSD name, "daemon" or "firmware"
+    std::string about;   // a BSD name, "volumes", "firmware" or "daemon"
     std::string what;    // one line, no full stop
     std::string advice;
 };
