@@ -10,7 +10,7 @@ CLIENTS = (1, 10, 100, 1000)
 NAMES = {
     ("direct", "bare"): "bare loop of write(2)",
     ("direct", "broadcast"): "`TDriverEventServer::Broadcast`",
-    ("daemon", "-"): "the daemon, from the driver's queue on",
+    ("daemon", "-"): "the daemon, the whole path",
     ("acpid", "-"): "acpid",
     ("dbus", "-"): "dbus-daemon",
     ("zeromq", "-"): "ZeroMQ",

@@ -4,14 +4,20 @@ import os
 import subprocess
 
 import shared
-from figures import CLIENTS, NAMES
+from figures import BARE, BROADCAST, CLIENTS, DAEMON, NAMES
 
 SETTINGS = """
-set terminal svg size 760,420 noenhanced font "sans-serif,13" background "white"
+set terminal svg size 800,480 noenhanced font "sans-serif,13" background "white"
 set datafile separator comma
-set key outside right top
+set key outside top center horizontal maxrows 2
 set grid
 set encoding utf8
+set linetype 1 linecolor "#555555"
+set linetype 2 linecolor "#c1272d"
+set linetype 3 linecolor "#0072b2"
+set linetype 4 linecolor "#e69f00"
+set linetype 5 linecolor "#009e73"
+set linetype 6 linecolor "#8040c0"
 """
 CLIENT_AXIS = """
 set logscale xy
@@ -20,8 +26,9 @@ set xrange [0.7:1500]
 """
 
 
-def plain(name):
-    return name.replace("`", "")
+# A contender's name where there is little room.
+def short(who):
+    return {BARE: "bare loop", BROADCAST: "Broadcast", DAEMON: "daemon"}.get(who, NAMES[who])
 
 
 # Draws a table's columns against its first one.
@@ -37,7 +44,7 @@ def draw(folder, name, heads, rows, settings, style="linespoints linewidth 2 poi
 # One curve for each contender that went through the phase.
 def draw_relay(folder, name, relay, phase, figure, settings):
     contenders = relay.contenders(phase)
-    draw(folder, name, ["clients"] + [plain(NAMES[who]) for who in contenders],
+    draw(folder, name, ["clients"] + [short(who) for who in contenders],
          [[clients] + ["%.3f" % figure(who, clients) for who in contenders] for clients in CLIENTS], CLIENT_AXIS + settings)
 
 

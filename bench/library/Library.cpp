@@ -37,7 +37,7 @@ static const char kLargeList[] = "/workshop/registry/ioreg.plist";
 
 static void StripOurs(TLoop& loop)
 {
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         char text[] = "   the name of a volume with blanks around it   ";
         DoNotOptimize(StripSpaces(text));
     }
@@ -47,7 +47,7 @@ static void SizeOurs(TLoop& loop)
 {
     char text[16];
     UInt64 bytes = 1;
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         ConvertUInt64ToSizeString(bytes = bytes * 3 + 1, text, sizeof text);
         DoNotOptimize(text[0]);
     }
@@ -58,7 +58,7 @@ static void SizeSnprintf(TLoop& loop)
 {
     char text[16];
     UInt64 bytes = 1;
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         bytes = bytes * 3 + 1;
         snprintf(text, sizeof text, "%.2f GB", static_cast<double>(bytes) / (1 << 30));
         DoNotOptimize(text[0]);
@@ -69,7 +69,7 @@ static void HexOurs(TLoop& loop)
 {
     char text[24];
     UInt64 value = 0x50060E8000123456;
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         ++value;
         ConvertUInt64ToHexString(&value, text);
         DoNotOptimize(text[0]);
@@ -80,7 +80,7 @@ static void HexSnprintf(TLoop& loop)
 {
     char text[24];
     UInt64 value = 0x50060E8000123456;
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         ++value;
         unsigned byte[8];
         for (int i = 0; i < 8; ++i)
@@ -96,7 +96,7 @@ static const char kVersion[] = "10.4.11";
 static void VersionOurs(TLoop& loop)
 {
     NumVersion version;
-    for (auto step : loop)
+    for ([[maybe_unused]] const auto step : loop)
         DoNotOptimize(ConvertStringToNumVersion(kVersion, &version));
 }
 
@@ -105,13 +105,13 @@ static void VersionSscanf(TLoop& loop)
     int major = 0;
     int minor = 0;
     int bug = 0;
-    for (auto step : loop)
+    for ([[maybe_unused]] const auto step : loop)
         DoNotOptimize(sscanf(kVersion, "%2d.%2d.%2d", &major, &minor, &bug));
 }
 
 static void LowerOurs(TLoop& loop)
 {
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         char text[] = "The Quick Brown Fox Jumps Over The Lazy Dog";
         ToLowerCStr(text);
         DoNotOptimize(text[0]);
@@ -120,7 +120,7 @@ static void LowerOurs(TLoop& loop)
 
 static void LowerTolower(TLoop& loop)
 {
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         char text[] = "The Quick Brown Fox Jumps Over The Lazy Dog";
         for (char* at = text; *at != 0; ++at)
             *at = static_cast<char>(tolower(static_cast<unsigned char>(*at)));
@@ -156,7 +156,7 @@ static void LabelLines(TLoop& loop)
 
 static void ListingOurs(TLoop& loop)
 {
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         std::string text = Listing();
         uint32_t remainder = 0;
         DoNotOptimize(SearchBufferFor_PID(text.data(), &remainder, kNobody));
@@ -166,7 +166,7 @@ static void ListingOurs(TLoop& loop)
 
 static void ListingSscanf(TLoop& loop)
 {
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         std::string text = Listing();
         for (char *line = text.data(), *end = strchr(line, '\n'); end != nullptr; end = strchr(line, '\n')) {
             *end = 0;
@@ -182,7 +182,7 @@ static void ListingSscanf(TLoop& loop)
 
 static void FindOurs(TLoop& loop)
 {
-    for (auto step : loop)
+    for ([[maybe_unused]] const auto step : loop)
         DoNotOptimize(Get_ProcessID(kNobody));
 }
 
@@ -190,7 +190,7 @@ static void FindPS(TLoop& loop)
 {
     static const char* const arguments[] = {"ps", "acxww", nullptr};
     char bytes[32768];
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         TChildProcess ps;
         if (ps.Start({"/bin/ps", arguments, kKeepUser, kPipeOutput, kExitWithOne}) != kChildStarted)
             loop.SkipWithError("ps cannot be started");
@@ -221,7 +221,7 @@ static CFPropertyListRef ReadByOurs(const std::string& text)
 static void ReadOurs(TLoop& loop, const char* file)
 {
     const std::string text = ListText(file);
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         const CFPropertyListRef list = ReadByOurs(text);
         if (list == nullptr)
             loop.SkipWithError("the list cannot be read");
@@ -234,7 +234,7 @@ static void ReadOurs(TLoop& loop, const char* file)
 static void ReadLibplist(TLoop& loop, const char* file)
 {
     const std::string text = ListText(file);
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         plist_t list = nullptr;
         plist_from_xml(text.data(), static_cast<uint32_t>(text.size()), &list);
         if (list == nullptr)
@@ -248,7 +248,7 @@ static void WriteOurs(TLoop& loop, const char* file)
 {
     const std::string text = ListText(file);
     const CFPropertyListRef list = ReadByOurs(text);
-    for (auto step : loop)
+    for ([[maybe_unused]] const auto step : loop)
         CFRelease(CFPropertyListCreateXMLData(kCFAllocatorDefault, list));
     CFRelease(list);
     LabelBytes(loop, text);
@@ -259,7 +259,7 @@ static void WriteLibplist(TLoop& loop, const char* file)
     const std::string text = ListText(file);
     plist_t list = nullptr;
     plist_from_xml(text.data(), static_cast<uint32_t>(text.size()), &list);
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         char* xml = nullptr;
         uint32_t size = 0;
         plist_to_xml(list, &xml, &size);
@@ -276,7 +276,7 @@ static const char* const kNoArguments[] = {"true", nullptr};
 
 static void ChildOurs(TLoop& loop)
 {
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         if (RunAndTellSuccess({kNothing, kNoArguments, kKeepUser, kKeepOutput, kExitWithOne}) == 0)
             loop.SkipWithError("the child failed");
     }
@@ -284,7 +284,7 @@ static void ChildOurs(TLoop& loop)
 
 static void ChildPosixSpawn(TLoop& loop)
 {
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         pid_t child = 0;
         int status = 0;
         if (posix_spawn(&child, kNothing, nullptr, nullptr, const_cast<char* const*>(kNoArguments), environ) != 0 ||
@@ -295,7 +295,7 @@ static void ChildPosixSpawn(TLoop& loop)
 
 static void ChildSystem(TLoop& loop)
 {
-    for (auto step : loop) {
+    for ([[maybe_unused]] const auto step : loop) {
         if (system(kNothing) != 0)   // NOLINT(bugprone-command-processor): that is what is compared
             loop.SkipWithError("the child failed");
     }

@@ -41,7 +41,7 @@ void TTally::AddDelay(std::uint64_t nanoseconds)
 {
     const std::size_t index = fDelayCount.load(std::memory_order_relaxed);
     if (index == kDelayCapacity)
-        return;
+        GiveUp("there is no room for so many delays");
     fDelays[index] = nanoseconds;
     fDelayCount.store(index + 1);
 }
