@@ -108,7 +108,7 @@ bool TTextReader::IsInBlock(std::size_t at, std::size_t column) const
 // ", id 0x100000123, registered, matched, active, busy 0 (12 ms), retain 7"; what there is differs between systems.
 void TTextReader::ReadState(const std::string& text, TNode* node)
 {
-    const std::string classes = text.substr(0, text.find(','));
+    const std::string classes = ReadableText(text.substr(0, text.find(',')));
     // ioreg -i prints all classes that it inherits from, the base first.
     const std::vector<std::string> chain = lab::Split(classes, ':');
     for (std::size_t i = 1; i < chain.size(); ++i)

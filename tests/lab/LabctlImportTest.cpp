@@ -57,6 +57,11 @@ TEST_F(LabctlImport, TextsAreMacRomanUnlessTheyAreUTF8)
 {
     EXPECT_EQ("\xc3\xa9t\xc3\xa9", Read("\"\x8et\x8e\"").text);
     EXPECT_EQ("\xc3\xa9t\xc3\xa9", Read("\"\xc3\xa9t\xc3\xa9\"").text);
+    std::vector<TCapturedEntry> mac = SmallMac();
+    mac[13].name = "\x8et\x8e@3";
+    mac[13].className = "\x8et\x8e";
+    ASSERT_EQ("exited 0", Import(PrintRegistry(mac))) << errors;
+    EXPECT_EQ("\xc3\xa9t\xc3\xa9", TextOf(*TRegistry("/tmp/mac").FindMedium("disk0s3").entry, "IOObjectClass"));
     // Data keeps its bytes, and what no property list can hold does not spoil the machine.
     EXPECT_EQ(std::string("\x8et\x8e\0", 4), Read("<\"\x8et\x8e\">").text);
     EXPECT_EQ("a?b", Read("\"a\x01"
