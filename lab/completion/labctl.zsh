@@ -15,4 +15,10 @@ _labctl() {
     done < <("${words[1]}" --complete "${(@)words[2,CURRENT]}" 2>/dev/null)
     ((${#candidates})) && compadd -a candidates
 }
-compdef _labctl labctl
+
+# In a folder of $fpath this file is the function's first call; sourced, it only makes the function known.
+if [[ ${funcstack[1]} == _labctl ]]; then
+    _labctl "$@"
+else
+    compdef _labctl labctl
+fi
