@@ -25,10 +25,13 @@ def grouped(number):
 
 # Nanoseconds for people.
 def time_text(nanoseconds):
-    for unit, size in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
-        if nanoseconds >= size:
-            return "%.3g %s" % (nanoseconds / size, unit) if nanoseconds < 1000 * size else grouped(nanoseconds / size) + " " + unit
-    return "%.3g ns" % nanoseconds
+    # What rounds up to a thousand belongs to the next unit.
+    for unit, size in (("s", 1e9), ("ms", 1e6), ("µs", 1e3), ("ns", 1)):
+        figure = nanoseconds / size
+        if figure >= 0.9995 or unit == "ns":
+            decimals = 2 if figure < 9.995 else 1 if figure < 99.95 else 0
+            return "{:,.{}f} {}".format(figure, decimals, unit)
+    return ""
 
 
 def percent(share):
@@ -148,13 +151,17 @@ class Relay:
     def most_added(self):
         return max(self.added(clients) for clients in CLIENTS)
 
-    # Percent of the samples, by where and for each number of clients, then the functions that most were taken in.
-    def profile_table(self):
-        def share(clients, chosen):
-            return sum(row["percent"] for row in self.profile if row["clients"] == clients and chosen(row))
+    # Of the samples, with so many clients, those of the rows that are chosen.
+    def sampled(self, clients, chosen):
+        return "%.1f %%" % sum(row["percent"] for row in self.profile if row["clients"] == clients and chosen(row))
 
+    def kernel_share(self, clients):
+        return self.sampled(clients, lambda row: row["where"] == "kernel")
+
+    # By where they were taken, and then the functions that most were taken in.
+    def profile_table(self):
         def row(name, chosen):
-            return [name] + ["%.1f %%" % share(clients, chosen) for clients in (1, 1000)]
+            return [name] + [self.sampled(clients, chosen) for clients in (1, 1000)]
 
         totals = {}
         for entry in self.profile:
@@ -193,9 +200,11 @@ class Idle:
     def run(self, case):
         return sum(row["run ns"] for row in self.of(self.threads, case))
 
+    # By how many kilobytes it grew in the first and in the second half of the time.
     def grown(self, case):
-        rows = self.of(self.memory, case)
-        return rows[-1]["resident KB"] - rows[0]["resident KB"]
+        sizes = [row["resident KB"] for row in self.of(self.memory, case)]
+        half = len(sizes) // 2
+        return sizes[half] - sizes[0], sizes[-1] - sizes[half]
 
     def calls_a_poll(self, case):
         rows = self.of(self.calls, case)
@@ -203,7 +212,7 @@ class Idle:
 
     def table(self):
         heads = ["who", "clients", "seconds", "polls", "wake-ups of the poller", "of all other threads", "processor time a second",
-                 "system calls a poll", "resident", "grown by"]
+                 "system calls a poll", "resident", "grown in the first half", "in the second"]
         rows = []
         for case in self.cases():
             threads = self.of(self.threads, case)
@@ -212,7 +221,8 @@ class Idle:
                          grouped(self.wakeups(case, True)) if ours else "-", grouped(self.wakeups(case, False)),
                          time_text(self.run(case) / threads[0]["seconds"]) if self.run(case) else "none",
                          "%.1f" % self.calls_a_poll(case) if ours else "none" if not self.of(self.calls, case) else "some",
-                         grouped(self.of(self.memory, case)[-1]["resident KB"]) + " KB", grouped(self.grown(case)) + " KB"])
+                         grouped(self.of(self.memory, case)[-1]["resident KB"]) + " KB"] +
+                        ["%d KB" % size for size in self.grown(case)])
         return [heads] + rows
 
     def call_table(self):
@@ -249,6 +259,10 @@ class Registry:
 
     def figure(self, volumes, column):
         return shared.median([row[column] for row in self.rows if row["volumes"] == volumes])
+
+    # How long the tool runs for an appearance, with its start.
+    def tool(self, volumes):
+        return shared.median([row["appearance ns"] - row["ours ns"] for row in self.rows if row["volumes"] == volumes])
 
     def table(self):
         columns = ("appearance ns", "ours ns", "ours at the end ns", "disappearance ns")

@@ -64,6 +64,8 @@ def main():
         "one write": time_text(relay.cost(figures.BARE, "stream", 1000)),
         "bare spread": "%.2f" % relay.spread(figures.BARE),
         "most added": "%.0f ns" % relay.most_added(),
+        "kernel share": relay.kernel_share(1000),
+        "tool's run": time_text(registry.tool(max(registry.volumes()))),
         "most volumes": grouped(max(registry.volumes())),
         "most volumes cost": time_text(registry.figure(max(registry.volumes()), "ours at the end ns")),
         "starting share": percent(rebuild.share("starting ns")), "tools share": percent(rebuild.share("tools ns")),
