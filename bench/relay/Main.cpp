@@ -21,11 +21,9 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <sched.h>
 #include <unistd.h>
 
 static constexpr std::uint64_t kMillisecond = 1000000;
-static constexpr std::uint64_t kPatience = 3000 * kMillisecond;
 
 // Fewer than fit into a subscriber's buffer, so that no contender has a reason to drop one.
 static constexpr std::uint64_t kWindow = 64;
@@ -60,7 +58,7 @@ public:
 
     void Do(const std::string& phase, const std::string& way, std::uint64_t amount, std::uint64_t microseconds)
     {
-        Begin(phase != "quiet");
+        Begin(phase);
         if (phase == "quiet")
             Quiet(amount, microseconds * 1000);
         else if (phase == "single")
@@ -80,11 +78,14 @@ private:
         fContender->Post(record);
     }
 
+    // Of all subscribers since the beginning.
+    std::uint64_t DeliveriesDue() const { return fBefore + (fNumber - fFirst) * fClients; }
+
     // Whether those that were posted have arrived, but for so many.
     bool WaitForAllBut(std::uint64_t records)
     {
         const std::uint64_t posted = fNumber - fFirst;
-        return posted <= records || fTally->WaitForDeliveries(fBefore + (posted - records) * fClients);
+        return posted <= records || fTally->WaitForDeliveries(DeliveriesDue() - records * fClients);
     }
 
     void Stream(std::uint64_t end)
@@ -92,29 +93,25 @@ private:
         while (Now() < end) {
             for (std::uint64_t i = 0; i < kLookEvery; ++i)
                 PostOne(0);
+            fTally->SetDue(DeliveriesDue());
             if (!WaitForAllBut(kWindow - kLookEvery))
                 break;
         }
     }
 
+    // Each is timed until the last subscriber has it. Waiting for that is nobody's work: falling asleep and being woken
+    // takes longer than a record.
     void Single(std::uint64_t end)
     {
-        do {
+        bool arrived = true;
+        while (arrived && Now() < end) {
+            const std::uint64_t begin = Now();
             PostOne(0);
-        } while (AllArrived() && Now() < end);
-    }
-
-    // Looks again and again, since falling asleep and being woken takes longer than a record. Who relays comes first, and
-    // what the looking takes is not counted.
-    bool AllArrived()
-    {
-        const std::uint64_t expected = fBefore + (fNumber - fFirst) * fClients;
-        const std::uint64_t processor = ProcessorTimeOfThread();
-        const std::uint64_t deadline = Now() + kPatience;
-        while (fTally->Delivered() < expected && Now() < deadline)
-            sched_yield();
-        fLooking += ProcessorTimeOfThread() - processor;
-        return fTally->Delivered() >= expected;
+            const std::uint64_t processor = ProcessorTimeOfThread();
+            arrived = WaitForAllBut(0);
+            fWaiting += ProcessorTimeOfThread() - processor;
+            fUnderway += fTally->LastReceipt() - begin;
+        }
     }
 
     void Quiet(std::uint64_t records, std::uint64_t interval)
@@ -134,34 +131,43 @@ private:
         fContender->PostAll(records);
     }
 
-    void Begin(bool restless)
+    void Begin(const std::string& phase)
     {
-        fTally->SetRestless(restless && !fContender->LooksNowAndThen());
+        fTally->SetRestless(phase != "quiet" && !fContender->LooksNowAndThen());
+        fTally->SetGathering(phase == "stream" && !fContender->LooksNowAndThen());
         fTally->BeginLook();
         fFirst = fNumber;
         fBefore = fTally->Delivered();
         fWrongBefore = fTally->Wrong();
         fProcessorBefore = ProcessorTimeOf(fContender->Relay());
-        fLooking = 0;
+        fWaiting = 0;
+        fUnderway = 0;
         fBegin = Now();
+    }
+
+    // How long it took.
+    std::uint64_t Elapsed(const std::string& phase) const
+    {
+        if (phase == "single")
+            return fUnderway;
+        // Who looks now and then sleeps before: that is the delay's, not the pace's.
+        const bool slept = phase == "stream" && fContender->LooksNowAndThen();
+        return fTally->LastReceipt() - (slept ? fTally->FirstReceipt() : fBegin);
     }
 
     void Tell(const std::string& phase, const std::string& way)
     {
+        fTally->SetGathering(false);
         WaitForAllBut(0);
         const std::uint64_t processor =
-            ProcessorTimeOf(fContender->Relay()) - fProcessorBefore - (fContender->Relay() == getpid() ? fLooking : 0);
+            ProcessorTimeOf(fContender->Relay()) - fProcessorBefore - (fContender->Relay() == getpid() ? fWaiting : 0);
         const std::uint64_t posted = fNumber - fFirst;
         const std::uint64_t delivered = fTally->Delivered() - fBefore;
-        const std::uint64_t expected = posted * fClients;
-        // Who looks now and then sleeps before: that is the delay's, not the pace's.
-        const std::uint64_t begin =
-            phase == "stream" && fContender->LooksNowAndThen() ? fTally->FirstReceipt() : fBegin;
         const std::vector<std::uint64_t> delays = fTally->Delays();
         std::printf("%s,%s,%u,%llu,%llu,%lld,%llu,%llu,%llu,%ld,%llu,%llu\n", phase.c_str(), way.c_str(), fClients,
-                    Number(posted), Number(delivered), static_cast<long long>(expected - delivered),
-                    Number(fTally->Wrong() - fWrongBefore + fTally->Ended()), Number(fTally->LastReceipt() - begin),
-                    Number(processor), ResidentKilobytesOf(fContender->Relay()), Number(Quantile(delays, 0.5)),
+                    Number(posted), Number(delivered), static_cast<long long>(DeliveriesDue() - fTally->Delivered()),
+                    Number(fTally->Wrong() - fWrongBefore + fTally->Ended()), Number(Elapsed(phase)), Number(processor),
+                    ResidentKilobytesOf(fContender->Relay()), Number(Quantile(delays, 0.5)),
                     Number(Quantile(delays, 0.99)));
         std::fflush(stdout);
     }
@@ -178,7 +184,8 @@ private:
     std::uint64_t fWrongBefore = 0;
     std::uint64_t fProcessorBefore = 0;
     std::uint64_t fBegin = 0;
-    std::uint64_t fLooking = 0;   // processor time
+    std::uint64_t fWaiting = 0;    // processor time
+    std::uint64_t fUnderway = 0;   // of records that were posted one by one, together
 };
 
 static std::unique_ptr<TContender> MakeContender(const std::string& name)

@@ -82,6 +82,14 @@ private:
     std::string fRest;   // of a unit that has not come whole
 };
 
+// Lets so many nanoseconds pass, awake.
+static void Pass(std::uint64_t nanoseconds)
+{
+    const std::uint64_t end = Now() + nanoseconds;
+    while (Now() < end)
+        continue;
+}
+
 static void ReadForEver(const TContender& contender, const std::vector<int>& descriptors, TTally* tally)
 {
     const int poll = epoll_create1(EPOLL_CLOEXEC);
@@ -94,11 +102,17 @@ static void ReadForEver(const TContender& contender, const std::vector<int>& des
         epoll_ctl(poll, EPOLL_CTL_ADD, descriptors[i], &event);
     }
 
-    // Who rests is let sleep for a moment only, to hear that it is to be restless.
+    // Who rests is let sleep for a moment only, to hear that it is to be restless. Who is restless lets go of the kernel's
+    // locks between two looks.
     static const int kMostRest = 100;
+    static const std::uint64_t kPause = 1000;
     struct epoll_event events[kEventsAtOnce];
     for (;;) {
+        while (tally->IsGathering(subscribers.size()))
+            Pass(kPause);
         const int ready = epoll_wait(poll, events, kEventsAtOnce, tally->Restless() ? 0 : kMostRest);
+        if (ready == 0 && tally->Restless())
+            Pass(kPause);
         std::uint64_t records = 0;
         for (int i = 0; i < ready; ++i)
             records += subscribers[events[i].data.u64].Read();

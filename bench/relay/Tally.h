@@ -23,6 +23,13 @@ public:
     void AddConnected() { fConnected.fetch_add(1); }
     bool Restless() const { return fRestless.load(std::memory_order_relaxed); }
 
+    // Whether they are to leave what has come where it is, until there are more for each of so many.
+    bool IsGathering(std::uint64_t subscribers) const
+    {
+        return fGathering.load(std::memory_order_relaxed) &&
+               fDue.load(std::memory_order_relaxed) < Delivered() + kGathered * subscribers;
+    }
+
     // Records that arrived since the beginning, of all subscribers together.
     std::uint64_t Delivered() const { return fDelivered.load(std::memory_order_acquire); }
 
@@ -47,11 +54,18 @@ public:
     // Has subscribers look without end, instead of sleeping until something comes.
     void SetRestless(bool restless) { fRestless.store(restless); }
 
+    // Has subscribers read some records at a time instead of each as it comes, by how many deliveries are due since the
+    // beginning. It takes them longer to read a record by itself than it takes to write one, and how fast they read is not
+    // what is measured.
+    void SetGathering(bool gathering) { fGathering.store(gathering); }
+    void SetDue(std::uint64_t deliveries) { fDue.store(deliveries, std::memory_order_relaxed); }
+
     // Sleeps until so many records were delivered since the beginning; returns false when none came for a while.
     bool WaitForDeliveries(std::uint64_t count);
 
 private:
     static constexpr std::size_t kDelayCapacity = 1 << 20;
+    static constexpr std::uint64_t kGathered = 16;
 
     bool SleepUntilWoken(std::uint64_t count);
 
@@ -63,6 +77,8 @@ private:
     std::atomic<unsigned> fListening;
     std::atomic<unsigned> fEnded;
     std::atomic<bool> fRestless;
+    std::atomic<bool> fGathering;
+    std::atomic<std::uint64_t> fDue;
     std::atomic<std::uint64_t> fWakeAt;   // so many deliveries wake who waits; 0: nobody does
     std::atomic<std::uint32_t> fWoken;    // the futex
     std::atomic<std::size_t> fDelayCount;
