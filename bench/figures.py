@@ -156,10 +156,13 @@ class Relay:
         return "%.1f %%" % sum(row["percent"] for row in self.profile if row["clients"] == clients and chosen(row))
 
     def kernel_share(self, clients):
-        return self.sampled(clients, lambda row: row["where"] == "kernel")
+        return self.sampled(clients, lambda row: row["where"] == "kernel") if self.profile else "an unknown part"
 
     # By where they were taken, and then the functions that most were taken in.
     def profile_table(self):
+        if not self.profile:
+            return [["where"], ["not known: perf may not look at this kernel"]]
+
         def row(name, chosen):
             return [name] + [self.sampled(clients, chosen) for clients in (1, 1000)]
 
