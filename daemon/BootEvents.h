@@ -15,17 +15,22 @@ class THXDaemonTool;
 void CheckBootHelperPartitionsAtStartup();
 
 // Acts on a driver event: kDriverEventUpdateBootFiles and kDriverEventSelectBootVolume, with the functions below; on no
-// other type. The record stays the caller's; a BSD name that fills its field ends there.
+// other type.
+//
+// tool    handed to them
+// record  stays the caller's; a BSD name that fills its field ends there
 void HandleBootDriverEvent(THXDaemonTool* tool, const TDriverEventRecord* record);
 
-// From 10.5 on: rebuilds all boot helper partitions of a mounted RAID volume.
+// From 10.5 on: rebuilds all boot helper partitions of a mounted RAID volume. Does nothing to one that is not mounted.
 //
+// tool     not looked at; may be null
 // bsdName  the RAID volume's
 void UpdateBootFilesForVolume(THXDaemonTool* tool, const char* bsdName);
 
 // Makes a RAID volume the start-up volume: from 10.5 on the boot helper partition of its first boot member becomes the boot
 // device, before that the volume's own system folder is blessed.
 //
+// tool     not looked at; may be null
 // bsdName  the RAID volume's
 void SelectBootVolume(THXDaemonTool* tool, const char* bsdName);
 

@@ -24,6 +24,8 @@ public:
     // The driver is told whether a client listens as it was when the draining began: a client that comes in the middle
     // of it counts from the next draining on. Each fetch opens the driver connection and closes it again. A driver that
     // is missing or refuses reads as no event.
+    //
+    // tool  owns a started server; it need not be the published one
     static void DrainDriverQueue(THXDaemonTool* tool);
 
 private:

@@ -15,6 +15,7 @@
 class TDriverEventServer
 {
 public:
+    // Opens nothing: Start does.
     TDriverEventServer();
 
     // Releases the list of clients and nothing else: the socket, the connections, the mutex and the accepting thread live as
@@ -32,8 +33,8 @@ public:
     //          created
     SInt32 Start();
 
-    // How many clients are connected, those included that have gone since the last event. Takes no lock, so that asking
-    // never waits for a slow client. 0 before Start.
+    // Returns how many clients are connected, those included that have gone since the last event. Takes no lock, so that
+    // asking never waits for a slow client. 0 before Start.
     UInt32 ClientCount() const;
 
     // Writes the record to every client, the latest to connect first. A client that cannot be written to is dropped; the
@@ -57,8 +58,11 @@ public:
     // On failure a socket that was made stays open until the process ends.
     SInt32 CreateListeningSocket(const char* path);
 
-    // Takes in a connected client, whose descriptor becomes the server's.
-    // returns  true, or false when there was no memory for it or, at the start, for the list; the descriptor is then closed
+    // Takes in a connected client.
+    //
+    // descriptor  its socket, which becomes the server's
+    // returns     true, or false when there was no memory for the client or, at the start, for the list; the descriptor is
+    //             closed then
     bool AddClient(int descriptor);
 
     // Accepts clients until one cannot be taken in. At the process's descriptor limit accept fails at once and is tried

@@ -20,8 +20,9 @@ public:
     // Closes the socket; nothing when there is none. Nothing is closed twice.
     void CloseSocket();
 
-    // Writes the 128 bytes of one record; the record stays the caller's. Blocks while the client's buffer is full.
+    // Writes the 128 bytes of one record. Blocks while the client's buffer is full.
     //
+    // record   stays the caller's
     // returns  true when all bytes were taken, false when a write failed or claimed more than it was given
     //
     // After a short write the rest is written from the record's first byte again, not from where the write stopped: of

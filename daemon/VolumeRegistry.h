@@ -33,7 +33,7 @@ public:
     // Empty and disabled.
     TVolumeRegistry() : fEnabled(0), fRecords(sizeof(TVolumeRecord)) {}
 
-    // Where it is disabled, volumes that appear and disappear change nothing and no tool is run. It is for 10.4 and later.
+    // enabled  false: volumes that appear and disappear change nothing, and no tool is run. True is for 10.4 and later
     void SetEnabled(bool enabled) { fEnabled = enabled; }
     bool Enabled() const { return fEnabled != 0; }
 
@@ -45,15 +45,18 @@ public:
     // media    its IOMedia object; stays the caller's
     void VolumeAppeared(const char* bsdName, io_object_t media);
 
-    // A disk or partition disappeared. Its record is removed, whatever it is a record of.
+    // A disk or partition disappeared. The record of bsdName is removed, whatever it is a record of.
     void VolumeDisappeared(const char* bsdName);
 
-    // Says whether an entry belongs to a RAID volume: whether it or one of those above it in the IOService plane has the
-    // property "Halvorix Volume ID", of whatever value.
+    // Says whether an entry belongs to a RAID volume.
+    //
+    // media    the entry; stays the caller's
+    // returns  whether it or one of those above it in the IOService plane has "Halvorix Volume ID", of whatever value
     static bool HasVolumeIDProperty(io_object_t media);
 
     // Reads a volume's identity: hfs.util -k, as root.
     //
+    // bsdName   handed to the tool as it is: "disk3s2"
     // volumeID  receives kVolumeIDSize bytes: what one read(2) of what the tool prints gives, with zeros behind it;
     //           untouched on failure
     // returns   whether the tool exited with 253, its code for success, and printed anything. A first byte of 0 is nothing
@@ -61,27 +64,36 @@ public:
 
     // Gives a volume a new identity: hfs.util -s, as root.
     //
+    // bsdName  handed to the tool as it is
     // returns  whether the tool exited with 253
     static bool ResetVolumeID(const char* bsdName);
 
-    // These find the first record with this identity (kVolumeIDSize bytes) or BSD name, or null. It stays the registry's
-    // and is valid until the next change. index, which may be null, receives where it is, counted from 0; untouched when
-    // there is none.
+    // These find the first record with an identity or a BSD name.
+    //
+    // volumeID  kVolumeIDSize bytes
+    // bsdName   with no more than the 15 bytes that are recorded of it; a longer one is never found
+    // index     receives where the record is, counted from 0; untouched when there is none. May be null
+    // returns   the record, which stays the registry's and is valid until its next change; null when there is none
     TVolumeRecord* FindRecordByVolumeID(const UInt8* volumeID) const;
     TVolumeRecord* FindRecordByBSDName(const char* bsdName, UInt32* index = nullptr) const;
 
-    // Sets the identity in the record of this BSD name, or adds one. Without memory for it, nothing is added.
+    // Sets the identity in the record of a BSD name, or adds one. Without memory for it, nothing is added.
+    //
+    // bsdName   a new record keeps its first 15 bytes
+    // volumeID  kVolumeIDSize bytes, which are copied
     void SetVolumeIDForBSDName(const char* bsdName, const UInt8* volumeID);
 
-    // Removes the record of this BSD name, if there is one; those behind it move up. Without memory for the rest, it stays.
+    // Removes the record of bsdName, if there is one; those behind it move up. Without memory for the rest, it stays.
     void RemoveRecordForBSDName(const char* bsdName);
 
-    // Copies the identity in the record of this BSD name.
+    // Copies the identity in the record of a BSD name.
     //
+    // bsdName   as FindRecordByBSDName takes it
     // volumeID  receives kVolumeIDSize bytes; untouched when there is no record
     // returns   whether there is one
     bool CopyVolumeIDForBSDName(const char* bsdName, UInt8* volumeID) const;
 
+    // Returns whether there is a record of bsdName, as FindRecordByBSDName takes it.
     bool ContainsBSDName(const char* bsdName) const { return FindRecordByBSDName(bsdName) != nullptr; }
 
     // How many volumes are recorded.

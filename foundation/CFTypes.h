@@ -11,7 +11,7 @@ extern "C" {
 
 // Checks what type an object is of.
 //
-// reference  any object, or null
+// reference  any object, or null; stays the caller's
 // type       what CFStringGetTypeID() and its like return
 // result     receives the reference, not retained, or null when it is of another type
 // returns    whether it is of that type
@@ -27,7 +27,7 @@ CFPropertyListRef CreatePropertyListFromBytes(const UInt8* bytes, CFIndex length
 // Compares an object with a text, byte by byte: lower and upper case differ.
 //
 // reference  a CFString, compared as ASCII, or a CFData, whose bytes are text up to the first NUL or, without one, to the
-//            end; or null
+//            end; or null. Stays the caller's
 // text       the C string
 // substring  false: both must be equal; true: text must occur anywhere in the object's text, as an empty one always does
 // returns    whether that is so; false for an object of any other type, and for a CFString that is not ASCII or is longer
@@ -36,7 +36,7 @@ bool CompareCFTypeRefToString(CFTypeRef reference, const char* text, bool substr
 
 // Reads a CFString as ASCII.
 //
-// reference  any object, or null
+// reference  any object, or null; stays the caller's
 // text       receives the C string; undefined on failure
 // capacity   bytes of text, the NUL included
 // returns    false when it is no CFString, is not ASCII, or does not fit
@@ -44,7 +44,7 @@ bool ExtractASCII(CFTypeRef reference, char* text, UInt32 capacity);
 
 // Reads a CFNumber.
 //
-// reference  any object, or null
+// reference  any object, or null; stays the caller's
 // value      receives the number; untouched when it is no CFNumber
 // returns    false when it is no CFNumber or its value is none of these; value then has an approximation
 bool ExtractSInt32(CFTypeRef reference, SInt32* value);
@@ -55,7 +55,8 @@ bool ExtractSInt64(CFTypeRef reference, SInt64* value);
 //
 //     const auto names = CFTypeAs<CFDictionaryRef>(property.Get(), CFDictionaryGetTypeID());
 //
-// returns  the reference, not retained, or null
+// reference, type  as above; the reference stays the caller's
+// returns          the reference, not retained, or null when it is of another type
 template <class TReference>
 TReference CFTypeAs(CFTypeRef reference, CFTypeID type)
 {

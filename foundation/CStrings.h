@@ -12,7 +12,8 @@ extern "C" {
 // Takes the blanks off both ends of a text, in place: a NUL is written behind the last byte that is no blank.
 //
 // text     the C string; it is changed
-// returns  its first byte that is no blank, or its end, an empty string, when there is none. "  a b " gives "a b"
+// returns  its first byte that is no blank, or its end, an empty string, when there is none: a place in text, which stays the
+//          caller's, and never null. "  a b " gives "a b"
 char* StripSpaces(char* text);
 
 // Appends a text to a buffer as far as it fits. No NUL is written, since the buffer is expected to be zeroed beforehand;

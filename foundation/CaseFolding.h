@@ -11,16 +11,16 @@
 
 extern "C" {
 
-// Folds one byte.
+// Folds the one byte at character; no NUL need follow.
 void ToLower(char* character);
 
-// Folds a C string: every byte before the first NUL.
+// Folds text, a C string: every byte before the first NUL.
 void ToLowerCStr(char* text);
 
-// Folds a Pascal string: as many bytes as its first one says, and not that one.
+// Folds text, a Pascal string: as many bytes as its first one says, and not that one.
 void ToLowerPStr(StringPtr text);
 
-// Folds the first `length` bytes, NULs or not; none when length is 0 or negative.
+// Folds the first `length` bytes of text, NULs or not; none when length is 0 or negative.
 void ToLowerStr(char* text, short length);
 }
 

@@ -15,7 +15,8 @@ void ConvertWWN_DataToHexString(const UInt8* data, char* text);
 
 // The same for the bytes of a number, the most significant first on every host: 0x50060E8000123456 is the text above.
 //
-// text  receives the C string, 24 bytes with its NUL
+// value  the number, as the host has it
+// text   receives the C string, 24 bytes with its NUL
 void ConvertUInt64ToHexString(const UInt64* value, char* text);
 }
 

@@ -16,13 +16,17 @@ constexpr UInt8 kStageFinal = 0x80;         // no letter
 
 extern "C" {
 
-// The version as one number on every host, by which versions compare; and back.
+// Turn a version into one number, the same on every host, and back. Versions compare as these numbers do, unsigned.
+//
+// version, number  of any value: nothing is checked, and nothing is lost either way
+// returns          0x104B8000 for the bytes 10 4B 80 00, and those for the number
 UInt32 ReturnNumberOfNumVersion(NumVersion version);
 NumVersion ReturnNumVersionOfNumber(UInt32 number);
 
 // Writes a version: "10.4", "10.4.1", "10.10", "1.0b10". A bug revision of 0 is left out, and so is the non-release
 // revision of a final version.
 //
+// version           its bytes as described above
 // text              receives the C string, cut where it does not fit; the rest of the buffer becomes 0. It is empty when
 //                   the major revision has a digit above 9 (0xA0008000) or the stage is none of the four
 // capacity          bytes of text, the NUL included; 14 are enough for every version

@@ -5,8 +5,8 @@
 
 #include <fcntl.h>
 
-// Stores the whole structure's size in a Unix-domain socket address where the address has a member for it (BSD's does: on
-// a Mac it becomes 106). Call with 0 as second argument.
+// Stores the whole structure's size in address, a sockaddr_un, where that has a member for it (BSD's does: on a Mac it
+// becomes 106). Call with 0 as second argument.
 template <class TAddress>
 auto SetAddressLength(TAddress* address, int) -> decltype(address->sun_len, void())
 {
@@ -19,8 +19,8 @@ void SetAddressLength(TAddress*, long)
 {
 }
 
-// Keeps a descriptor from the programs that this process executes. Two steps, because a Mac has no call that makes a
-// descriptor so from the start: a child forked between the two inherits it.
+// Keeps a descriptor from the programs that this process executes; without effect on one that is not open. Two steps,
+// because a Mac has no call that makes a descriptor so from the start: a child forked between the two inherits it.
 inline void SetCloseOnExec(int descriptor)
 {
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);

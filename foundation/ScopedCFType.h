@@ -33,7 +33,7 @@ public:
     // The reference, which stays this holder's; null when there is none.
     TReference Get() const { return fObject; }
 
-    // Hands the reference to the caller, who releases it; this holder is empty then.
+    // Returns the reference, which the caller releases from here on; null when there was none. This holder is empty then.
     TReference Release()
     {
         const TReference object = fObject;

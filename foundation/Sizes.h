@@ -24,12 +24,13 @@ void ConvertUInt64ToSizeSizeStringAndPowerOfTen(UInt64 bytes, char* text, UInt32
 
 // Writes a size with its unit: 0 is "0.00 KB", 21,474,836,480 is "20.0 GB", 1,073,741,824,000 is "0.98 TB".
 //
+// bytes     the size
 // text      receives the C string, cut where it does not fit; the rest of the buffer becomes 0. " -" from 1000 terabytes on
 // capacity  bytes of text, the NUL included
 void ConvertUInt64ToSizeString(UInt64 bytes, char* text, UInt32 capacity);
 
 // Returns what ConvertUInt64ToSizeString puts behind the number, with a blank before it: " KB" for 3, " MB" for 6, " GB"
-// for 9, " TB" for 12, " EB" for 15 (which no size comes to), " -" for every other power. A constant.
+// for 9, " TB" for 12, " EB" for 15 (which no size comes to), " -" for every other power. A constant, never null.
 const char* ReturnSizeUnit(UInt32 power);
 }
 

@@ -40,6 +40,7 @@ public:
     // 2 becomes [A, B, X, C], but with X at 0 it becomes [X, A, C, X].
     //
     // record   one record's bytes, not within this array; stays the caller's
+    // index    0 to Count()
     // returns  true, or false when index is above Count() or there is no memory; the array is unchanged then
     bool AddElementAtIndex(const void* record, unsigned long index);
 

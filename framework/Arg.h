@@ -14,6 +14,7 @@ class TArg;
 class TArgNode : public TListNode
 {
 public:
+    // arg  the descriptor; outlives the node
     explicit TArgNode(TArg* arg) { fData = arg; }
 };
 
@@ -25,6 +26,8 @@ public:
     constexpr TArgList() {}
 
     // Puts a descriptor at the end or at the front. Without memory for a node nothing happens.
+    //
+    // arg  stays its maker's; outlives its place in the list
     void Append(TArg* arg);
     void Prepend(TArg* arg);
 };
@@ -33,6 +36,7 @@ public:
 class TArgIterator : public TIterator
 {
 public:
+    // list  not null; outlives the iterator, which stands on its first node
     explicit TArgIterator(TArgList* list) : TIterator(list) {}
 
     // Returns the current descriptor, or null behind the last.
@@ -43,7 +47,7 @@ public:
 class TArg
 {
 public:
-    // Puts the new descriptor at the end of gArgList.
+    // Puts the new descriptor at the end of gArgList. Without memory for that, it is offered no word and never missed.
     // required  not 0: the argument must be there
     explicit TArg(unsigned char required);
     virtual ~TArg();
@@ -64,8 +68,8 @@ public:
     //
     // remaining  how many words are left to claim; one less when the word is claimed
     // index      the word's place in both arrays; one more when it is claimed
-    // argv       the words as they were given
-    // lowered    the same in lower case
+    // argv       the words as they were given; they stay the caller's
+    // lowered    the same in lower case; they stay the caller's, so a descriptor copies what it keeps
     // returns    whether the word was claimed
     virtual bool ProcessArg(short& remaining, short& index, char** argv, char** lowered);
 
@@ -75,14 +79,15 @@ public:
     // Calls DescribeArg on every descriptor, in the order of the list.
     static void ListArgDescriptions();
 
-    // Calls ReportMissingArg on every descriptor that is required and found nothing. Returns true when there was none.
+    // Calls ReportMissingArg on every descriptor that is required and found nothing. Returns true when there was none, and
+    // false when there was one or more.
     static bool RequiredArgs();
 
     // Offers each word to every descriptor in turn, from the first on.
     //
     // remaining  how many words there are behind argv[0]; counts down to 0 as they are claimed
-    // argv       the words as they were given, argv[0] first
-    // lowered    the same in lower case
+    // argv       the words as they were given, argv[0] first; they stay the caller's
+    // lowered    the same in lower case; they stay the caller's
     // returns    true when every word was claimed and RequiredArgs found none missing. False at the first word that nobody
     //            claims; standard output then gets "### Unrecognized argument: ", the word as it was given and ".\n".
     //

@@ -56,17 +56,18 @@ public:
     // Returns how many nodes there are.
     short Count() const;
 
-    // Makes the node the head; ignores null.
+    // Makes the node the head; ignores null. The node is the list's from here on.
     void Prepend(TListNode* node);
 
     // Puts the node behind the last one; ignores null. The node's own fNext is left as it is: it must be null, unless
-    // the node brings further nodes with it.
+    // the node brings further nodes with it. They are the list's from here on.
     void Append(TListNode* node);
 
     // Returns the node at this place, counted from 0 at the head, or null when n is negative or there are no more than n.
+    // It stays the list's.
     TListNode* ReturnNthNode(short n) const;
 
-    // Returns the data of that node, or null when there is none.
+    // Returns the data of the node at place n, or null when there is no such node. It stays its owner's.
     void* ReturnNth(short n) const;
 
     // Takes the node out of the list and destroys it; its data stays. Does nothing to a node that is not in this list.
@@ -78,9 +79,9 @@ public:
     // Does so too, and then frees the data, whether or not a node had it.
     void RemoveNode(void* data);
 
-    // Does not find the place of data: the result is -1 whether or not a node holds it. Two cases differ: for null that
-    // no node holds it is the number of nodes less one (2 for 3 nodes), and for a node that holds its own address it is
-    // its place less one (-1 for the head, 0 for the next).
+    // Does not find the place of data, and returns -1 whether or not a node holds it. Two cases differ: for null that no
+    // node holds the result is the number of nodes less one (2 for 3 nodes), and for a node that holds its own address its
+    // place less one (-1 for the head, 0 for the next).
     short ReturnNodeNumber(const void* data) const;
 
 private:
@@ -101,10 +102,10 @@ public:
     TDoubleLinkList(const TDoubleLinkList&) = delete;
     TDoubleLinkList& operator=(const TDoubleLinkList&) = delete;
 
-    // Makes the node the head; ignores null.
+    // Makes the node the head, whatever its links were; ignores null. The node is the list's from here on.
     void Prepend(TDoubleListNode* node);
 
-    // Makes the node the tail, whatever its links were; ignores null.
+    // Makes the node the tail, whatever its links were; ignores null. The node is the list's from here on.
     void Append(TDoubleListNode* node);
 
     // Takes the node out of the list and, unlike TLinkList, does not destroy it: it is the caller's then, with the
@@ -112,10 +113,10 @@ public:
     void UnlinkNode(TDoubleListNode* node);
 
     // Returns a node counted from the rear, and one off: the tail for n = 2, the node before it for 3, and so on; null
-    // for 0, 1, negative n and n above the number of nodes. The head is so never returned.
+    // for 0, 1, negative n and n above the number of nodes. The head is so never returned. The node stays the list's.
     TListNode* ReturnNthNodeFromRear(short n) const;
 
-    // Returns the data of that node, or null when there is none.
+    // Returns the data of the node that ReturnNthNodeFromRear finds for n, or null when there is none. It stays its owner's.
     void* ReturnNthFromRear(short n) const;
 
 private:
@@ -138,13 +139,14 @@ public:
     // Goes back to the first node.
     void Reset();
 
-    // Goes to the next node and returns it; null at the end, where the iterator stays.
+    // Goes to the next node and returns it; null at the end, where the iterator remains. The node
+    // stays the list's.
     TListNode* NextNode();
 
-    // Returns the data of the current node, or null when there is none.
+    // Returns the data of the current node, or null when there is none. It stays its owner's.
     void* ReturnNodeData() const;
 
-    // Goes to the next node and returns its data, or null at the end.
+    // Goes to the next node and returns its data, or null at the end. It stays its owner's.
     void* ReturnNextNodeData();
 
     TListNode* CurrentNode() const { return fCurrent; }
@@ -170,13 +172,14 @@ public:
     // Goes back to where the constructor put it.
     void Reset();
 
-    // Goes to the next node in the iterator's direction and returns it; null at the end, where the iterator stays.
+    // Goes to the next node in the iterator's direction and returns it; null at the end, where the iterator remains. The
+    // node stays the list's.
     TListNode* NextNode();
 
-    // Returns the data of the current node, or null when there is none.
+    // Returns the data of the current node, or null when there is none. It stays its owner's.
     void* ReturnNodeData() const;
 
-    // Goes to the next node and returns its data, or null at the end.
+    // Goes to the next node and returns its data, or null at the end. It stays its owner's.
     void* ReturnNextNodeData();
 
     TDoubleListNode* CurrentNode() const { return fCurrent; }

@@ -9,6 +9,7 @@
 class TTool
 {
 public:
+    // Reads nothing yet: HandleArgs does.
     TTool();
     virtual ~TTool();
 
@@ -32,7 +33,7 @@ public:
 
     // Reads the command line, by way of the descriptors (TArg::ParseArgs in Arg.h). Call once in a process.
     //
-    // argc, argv  as main gets them; argv[0] is not looked at. Up to 32,767 words may follow it
+    // argc, argv  as main gets them; argv[0] is not looked at. Up to 32,767 words may follow it. They stay the caller's
     // returns     whether the tool may go on. False when a word was not understood or a required one is missing, which has
     //             been printed then; without a message when the first word is "help", in any case, or "?", when memory
     //             ran out, when there are more words than can be counted, and when argc is below 1.

@@ -12,17 +12,20 @@ extern "C" {
 
 // Says whether the pathname begins with "/dev/rdisk", upper and lower case told apart.
 //
-// returns  1 or 0. "/dev/rdisk" alone is 1, "rdisk2" is 0
+// pathname  any text
+// returns   1 or 0. "/dev/rdisk" alone is 1, "rdisk2" is 0
 UInt32 PathnameIsRawDisk(const char* pathname);
 
 // Says whether a BSD name or device pathname is a partition's.
 //
+// name     the BSD name or device pathname; any text will do
 // returns  1 when, from the end backwards, an 's' comes before a 'k'; 0 when a 'k' comes first or neither is there.
 //          "/dev/rdisk10s12" is 1, "disk2" and "" are 0; "abs", without a 'k', is 1
 UInt32 IsDiskAPartition(const char* name);
 
 // Makes a number of what stands behind the last 'k' of a BSD name or device pathname, or of the whole text without one.
 //
+// name     the BSD name or device pathname; any text will do
 // returns  from the last character backwards: the number so far times ten, plus the character's code (0 to 255), plus
 //          48; modulo 2^32. 0 for "" and for what ends with 'k'
 //
@@ -43,6 +46,7 @@ void ConvertPartitionPathnameToTrackPathname(char* pathname);
 
 // Copies the BSD name out of a device pathname.
 //
+// pathname     the device pathname; any text will do
 // bsdName      room for bsdNameSize + 1 bytes: a name as long as the size is taken, with a NUL behind it. Untouched on
 //              failure
 // bsdNameSize  the length of the longest name that is taken
@@ -59,7 +63,8 @@ UInt32 ExtractBSDNameFromPathname(const char* pathname, char* bsdName, UInt32 bs
 
 // Copies the mount path of the volume that a pathname is on, judged by its beginning.
 //
-// volumePath      receives the path with its NUL; all volumePathSize bytes of it are cleared first
+// pathname        from the root; may be null
+// volumePath      receives the path with its NUL; all volumePathSize bytes of it are cleared first. May be null
 // volumePathSize  in bytes; the path with its NUL must fit
 // returns         1, or 0 for a null pointer, a size of 0, a path that does not fit or is longer than 1022 bytes, a
 //                 pathname that is not absolute, and for "/Volumes/NAME" with no slash behind it

@@ -19,13 +19,13 @@ CFArrayRef CreateBootMemberList(io_object_t volume);
 // Finds a member's partition.
 //
 // element  an element of the list: a dictionary whose "IOBootDevicePath" is the member's registry path, in ASCII and
-//          shorter than 1,024 bytes; may be anything else, or null
+//          shorter than 1,024 bytes; may be anything else, or null. Stays the caller's
 // returns  its entry, which the caller releases; 0 when the element is none such or no entry has the path
 io_registry_entry_t GetBootMemberEntry(CFTypeRef element);
 
 // Finds the boot helper partition beside a member.
 //
-// element  as above
+// element  as above; stays the caller's
 // bsdName  receives the BSD name of the partition, as GetBSDSliceNumberForAppleBootPartition makes it of the member's
 // returns  false when the element is none such, no entry has the path, that entry has no BSD name, or the name stays as it
 //          is, since the registry does not tell the partition map: it is the member's own then, which nobody may erase.

@@ -60,6 +60,7 @@ enum EChildStart
 class TChildProcess
 {
 public:
+    // No child yet, and no pipe.
     TChildProcess();
     ~TChildProcess();
 
@@ -71,10 +72,15 @@ public:
     // A pipe that cannot be created is no failure: the child then prints to where the caller prints, and Read finds
     // nothing. No other child, of this thread or another, inherits the pipe, as long as all are started through this
     // class. While it forks, this thread handles no signal.
+    //
+    // command  stays the caller's with all that it points to; needed no longer when this returns
+    // returns  kChildStarted; kForkFailed, and there is nothing to wait for; or kInChild, in the child and nowhere else
     EChildStart Start(const TCommand& command);
 
     // Reads what the child printed, with one read(2), which blocks until there is some.
-    // returns  how many bytes were put into buffer; 0 at the end of the output, after an error and without a pipe
+    // buffer    receives the bytes, with no NUL behind them
+    // capacity  bytes of buffer
+    // returns   how many bytes were put into buffer; 0 at the end of the output, after an error and without a pipe
     std::size_t Read(char* buffer, std::size_t capacity);
 
     // Reads to the end of the output and drops it, so that the child never blocks on a full pipe.
@@ -89,11 +95,11 @@ public:
     // returns  what waitpid returned: the child's process ID, or -1
     pid_t Wait(int* status);
 
-    // Waits until the child has ended, and tells whether it ended well: exited with 0. A signal, another exit code and a
+    // Waits until the child has ended, and returns whether it ended well: exited with 0. A signal, another exit code and a
     // wait that fails are no success.
     bool WaitForSuccess();
 
-    // Whether a wait status tells of a program that exited with this code, and was not killed by a signal.
+    // Returns whether a wait status tells of a program that exited with this code, and was not killed by a signal.
     static bool ExitedWith(int status, int code);
 
 private:

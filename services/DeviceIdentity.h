@@ -20,6 +20,7 @@ CFStringRef CreateHWSerialNumberString(void);
 // Appends vendor, product and revision as in "HITACHI HDS7225 v.A70M". They come from the nearest
 // "Device Characteristics", each part without blanks at its ends.
 //
+// media     the disk's object; stays the caller's
 // text      zeroed by the caller: nothing is cleared here, and no NUL is written
 // textSize  bytes of text; one is always left for the NUL
 //
@@ -30,6 +31,7 @@ void FillInVendorAndProductInfo(io_object_t media, char* text, UInt32 textSize);
 
 // Reads the device's serial number.
 //
+// media       the disk's object; stays the caller's
 // busType     kBusTypeFireWire: "GUID", a CFNumber, as "00 0A 27 00 02 12 34 56".
 //             kBusTypeSCSI: the first of "World Wide Node Name", a CFNumber; "Node World Wide Name" in "Protocol
 //             Characteristics", eight bytes; "Identifier" in the first element of "INQUIRY Device Identification", eight
@@ -43,6 +45,7 @@ void FillInSerialNumber(io_object_t media, SInt32 busType, char* serial, UInt32 
 
 // Reads the device's address.
 //
+// media     the disk's object; stays the caller's
 // busType   kBusTypeSCSI: target "SCSI Target", or else "SCSI Target Identifier" in "Protocol Characteristics"; logical unit
 //           "SCSI Lun", or else "SCSI Logical Unit Number". kBusTypeUSB: target "USB Address". kBusTypeATA: target "unit
 //           number". Any other: none

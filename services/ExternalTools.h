@@ -39,7 +39,9 @@ UInt32 DisableJournaling(const char* volumePath);
 
 // The same by a flag.
 //
-// enable  0 disables; anything else enables
+// volumePath  where the volume is mounted
+// enable      0 disables; anything else enables
+// returns     1 when diskutil exited with 0, or else 0
 UInt32 SetJournaling(const char* volumePath, UInt32 enable);
 
 // Let Spotlight index the volume, or stop it: /usr/bin/mdutil -i on or off, as root.
@@ -51,7 +53,9 @@ UInt32 DisableIndexing(const char* volumePath);
 
 // The same by a flag.
 //
-// enable  0 disables; anything else enables
+// volumePath  where the volume is mounted
+// enable      0 disables; anything else enables
+// returns     1 when mdutil exited with 0, or else 0; 0 without a child when there is no mdutil
 UInt32 SetIndexing(const char* volumePath, UInt32 enable);
 
 // Tells whether Spotlight indexes the volume, by what /usr/bin/mdutil -s prints, run as root.

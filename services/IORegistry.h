@@ -17,7 +17,7 @@ extern "C" {
 // returns   that object, which the caller releases; 0 when levels is 0 or there are fewer objects
 io_object_t IterateThroughParentLevels(io_iterator_t iterator, UInt32 levels);
 
-// Answers 1, whatever it is given: a placeholder.
+// Returns 1, whatever it is given: a placeholder.
 UInt32 IOKitObjectIsParentOfObject(...);
 
 // Says whether an object or one of its ancestors is of a class or of one derived from it, in the IOService plane. Where
@@ -37,6 +37,7 @@ io_object_t GetIOKitObjectWithBSDName(const char* bsdName);
 // Reads what identifies a medium. Every pointer may be null: that is not asked for then. What is asked for stays
 // untouched when its property is missing or of another type, but for the name, which is empty then.
 //
+// media               the medium's object; stays the caller's
 // isPartition         receives 1 or 0, as IsDiskAPartition judges the name; only when the name is asked for as well
 // bsdName             receives "BSD Name"; empty also when it is not ASCII or does not fit with its NUL
 // bsdNameSize         the room at bsdName in bytes; with 0 nothing is written there
@@ -47,16 +48,19 @@ void GetBSDNameAndSizes(io_object_t media, UInt32* isPartition, char* bsdName, U
 
 // Says whether a medium is an Apple boot helper partition, by its own "Content Hint".
 //
+// bsdName  "disk2s3", without "/dev/"
 // returns  1 when that is the string "Apple_Boot" (Apple partition map) or "426F6F74-0000-11AA-AA11-00306543ECAC" (GUID
-//          partition map), upper and lower case told apart; otherwise 0
+//          partition map), upper and lower case told apart; otherwise 0, also when no medium has the name
 UInt32 IsDiskAppleBootPartition(const char* bsdName);
 
 // Says whether a medium can be removed, by the nearest "Removable" of itself or its ancestors in the IOService plane.
 //
-// returns  1 or 0; 0 also when that property is no Boolean
+// bsdName  "disk2" or "disk2s3", without "/dev/"
+// returns  1 or 0; 0 also when no medium has the name and when that property is no Boolean
 UInt32 IsDiskRemovable(const char* bsdName);
 
-// Returns a medium's "Size" in bytes; 0 when there is none.
+// Returns the "Size" in bytes of the medium that is called bsdName, "disk2"; 0 when there is no such medium, and when it has
+// no size or one that is no number.
 UInt64 NumberBytesOnDisk(const char* bsdName);
 }
 

@@ -36,27 +36,37 @@ extern "C" {
 // contains decides: "SCSI", "SAS", "Fibre Channel Interface", "ATA", "FireWire", "USB". So "Serial ATA" is ATA, and
 // "ATA over USB" as well.
 //
+// media    stays the caller's
 // busType  receives the bus type, kBusTypeOther when no word is contained; untouched when the result is 0. May be null
 // returns  1, or 0 when there is no such property
 UInt32 TestForDiskOnSupportedBus(io_object_t media, UInt32* busType);
 
-// These say whether the object is such a medium.
+// Says whether the object or an ancestor is an IOCDMedia or else an IODVDMedia. The first is looked for first.
 //
-// mediaType  receives the media type when it is, otherwise it is untouched. May be null
+// media      stays the caller's
+// mediaType  receives kMediaTypeCD or kMediaTypeDVD; untouched when the result is 0. May be null
 // returns    1 or 0
-
-// The object or an ancestor is an IOCDMedia, or else an IODVDMedia. The first is looked for first.
 UInt32 TestForOpticalMedia(io_object_t media, UInt32* mediaType);
 
-// The "Product Name" in the nearest "Device Characteristics" contains "iPod".
+// Says whether the "Product Name" in the nearest "Device Characteristics" contains "iPod".
+//
+// media      stays the caller's
+// mediaType  receives kMediaTypeIPod; untouched when the result is 0. May be null
+// returns    1 or 0
 UInt32 TestForIPodMedia(io_object_t media, UInt32* mediaType);
 
-// The object or an ancestor is a KDIFileBackingStore, or the "Physical Interconnect" in the nearest "Protocol
+// Says whether the object or an ancestor is a KDIFileBackingStore, or the "Physical Interconnect" in the nearest "Protocol
 // Characteristics" contains "Virtual Interface".
+//
+// media      stays the caller's
+// mediaType  receives kMediaTypeDiskImage; untouched when the result is 0. May be null
+// returns    1 or 0
 UInt32 TestForDiskImageMedia(io_object_t media, UInt32* mediaType);
 
-// Returns the media type: what the first of TestForOpticalMedia, TestForIPodMedia and TestForDiskImageMedia says it is,
-// otherwise kMediaTypeDisk. A CD in a disk image is a CD.
+// Tells the media type by the three above, in their order. A CD in a disk image is a CD.
+//
+// media    stays the caller's
+// returns  what the first that says 1 says it is, otherwise kMediaTypeDisk; that also where no property can be read
 SInt32 GetMediaTypeWithIOServiceObject(io_object_t media);
 }
 

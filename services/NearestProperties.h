@@ -11,12 +11,20 @@ extern "C" {
 // the nearest has is returned whatever its type is; there is no looking further.
 //
 // object  stays the caller's
+// key     the property's name; stays the caller's
 CFTypeRef CreateNearestProperty(io_object_t object, CFStringRef key);
 
-// The same for a property that is a dictionary; null also when the nearest is none.
+// The same for a property that is a dictionary.
+//
+// object, key  stay the caller's
+// returns      the dictionary, which the caller releases; null also when the nearest property is none, though one farther up
+//              be a dictionary
 CFDictionaryRef CreateNearestDictionary(io_object_t object, CFStringRef key);
 
 // Returns a value of a dictionary, not retained; null when there is none, or no dictionary.
+//
+// dictionary  stays the caller's; may be null
+// key         stays the caller's
 CFTypeRef GetDictionaryValue(CFDictionaryRef dictionary, CFStringRef key);
 }
 

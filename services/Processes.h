@@ -45,6 +45,8 @@ int32_t SearchBufferFor_PID(char* buffer, uint32_t* remainder, const char* name)
 uint32_t NumberOfProcessesWithName(const char* name);
 
 // Say whether a process named exactly "kextcache" or "Preview" is running, by the kernel's table.
+//
+// returns  false also where NumberOfProcessesWithName fails
 bool KextCacheProcessRunning(void);
 bool PreviewProcessRunning(void);
 }

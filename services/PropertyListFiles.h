@@ -7,8 +7,8 @@
 
 // Makes a property list of XML.
 //
-// xml      the bytes; may be null: there is no list then
-// options  whether the list and what is in it can be changed
+// xml      the bytes, which stay the caller's; may be null: there is no list then
+// options  whether the list and what is in it can be changed: kCFPropertyListImmutable or another of Core Foundation's
 // returns  the list, which the caller releases, or null when the bytes are none. One that came with a complaint is none
 CFPropertyListRef CreatePropertyListFromXMLData(CFDataRef xml, CFOptionFlags options);
 

@@ -14,7 +14,7 @@ extern "C" {
 //             it is not known
 // volumePath  where the volume is mounted, with a slash at the end or without one: "/", "/Volumes/Data". With what is
 //             appended it takes less than 1,024 bytes; a longer one has no version
-// returns     version
+// returns     version, which is the caller's own and never null
 //
 // The version is not known when neither file is there, when the one that was chosen cannot be read whole or is no
 // property list, and when its "ProductVersion" is missing, no string, longer than 15 bytes in the system's encoding or
