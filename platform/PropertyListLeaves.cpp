@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 
 namespace plist {
@@ -169,6 +168,20 @@ std::string DateText(double moment)
 
 static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
+// The six bits that a character of base64 stands for, or -1 when it is none.
+static int BitsOf(char c)
+{
+    if (c >= 'A' && c <= 'Z')
+        return c - 'A';
+    if (c >= 'a' && c <= 'z')
+        return 26 + c - 'a';
+    if (IsDigit(c))
+        return 52 + c - '0';
+    if (c == '+')
+        return 62;
+    return c == '/' ? 63 : -1;
+}
+
 bool ReadData(const std::string& text, TValue* value)
 {
     std::string bytes;
@@ -178,13 +191,13 @@ bool ReadData(const std::string& text, TValue* value)
     for (const char c : text) {
         if (c == ' ' || c == '\t' || c == '\n' || c == '\r')
             continue;
-        const char* const place = c == '\0' ? nullptr : strchr(kAlphabet, c);
+        const int bits = BitsOf(c);
         if (c == '=' && digits % 4 >= 2) {
             ++padding;
-        } else if (place == nullptr || padding != 0) {
+        } else if (bits < 0 || padding != 0) {
             return false;
         }
-        group = group << 6 | (c == '=' ? 0u : static_cast<unsigned>(place - kAlphabet));
+        group = group << 6 | (c == '=' ? 0u : static_cast<unsigned>(bits));
         if (++digits % 4 == 0) {
             for (int shift = 16; shift >= 8 * padding; shift -= 8)
                 bytes += static_cast<char>(group >> shift & 0xFF);

@@ -117,7 +117,8 @@ bool TMarkup::Fail(const std::string& what)
 
 bool TMarkup::LooksAt(const char* text) const
 {
-    return fText.compare(fAt, strlen(text), text) == 0;
+    // Most often it does not stand here, and its first character tells.
+    return !AtEnd() && fText[fAt] == text[0] && fText.compare(fAt, strlen(text), text) == 0;
 }
 
 bool TMarkup::Skip(const char* text)
@@ -154,10 +155,18 @@ bool TMarkup::TakeUpTo(const char* end, std::string* text)
     return true;
 }
 
+// Bytes that are one character each, and that XML allows wherever they stand: nearly all of every list.
+static bool IsPlain(char c)
+{
+    return (c >= ' ' && c <= '~') || IsSpace(c);
+}
+
 // The whole text is UTF-8 of characters that XML allows.
 bool TMarkup::CheckCharacters()
 {
     Skip("\xEF\xBB\xBF");
+    if (std::all_of(fText.begin() + static_cast<std::ptrdiff_t>(fAt), fText.end(), IsPlain))
+        return true;
     std::u16string units;
     if (!platform::Decode(fText, kCFStringEncodingUTF8, &units))
         return Fail("the text is not UTF-8");
@@ -251,11 +260,13 @@ bool TMarkup::ReadTag(TTag* tag)
     if (!Skip("<"))
         return Fail(AtEnd() ? "the text ends where a tag is expected" : "text stands where a tag is expected");
     tag->closing = Skip("/");
+    const size_t start = fAt;
     while (!AtEnd() && IsNameCharacter(fText[fAt]))
-        tag->name += fText[fAt++];
+        ++fAt;
+    tag->name.assign(fText, start, fAt - start);
     if (tag->name.empty())
         return Fail("a tag has no name");
-    return ReadAttributes(tag);
+    return Skip(">") || ReadAttributes(tag);
 }
 
 // What follows the name, up to the > of the tag.
@@ -305,7 +316,13 @@ bool TMarkup::ReadClosingTag(const std::string& name)
 
 bool TMarkup::ReadText(bool markup, std::string* text)
 {
-    while (!AtEnd()) {
+    for (;;) {
+        const size_t start = fAt;
+        while (!AtEnd() && fText[fAt] != '<' && fText[fAt] != '&' && fText[fAt] != ']')
+            ++fAt;
+        text->append(fText, start, fAt - start);
+        if (AtEnd())
+            return Fail("the text ends inside a value");
         if (markup && Skip("<![CDATA[")) {
             std::string section;
             if (!TakeUpTo("]]>", &section))
@@ -322,7 +339,6 @@ bool TMarkup::ReadText(bool markup, std::string* text)
             *text += fText[fAt++];
         }
     }
-    return Fail("the text ends inside a value");
 }
 
 bool TMarkup::ReadEntity(std::string* text)
