@@ -56,6 +56,7 @@ def main():
         "registry": registry.table(), "rebuild": rebuild.table(), "library": library.table(),
     }
     values = {
+        "load": machine["load before the run"],
         "folder": os.path.basename(folder),
         "idle seconds": grouped(idle.seconds()),
         "quiet rates": ", ".join("%.0f" % relay.quiet_rate(clients) for clients in figures.CLIENTS),
