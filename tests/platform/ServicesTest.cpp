@@ -175,7 +175,7 @@ TEST_F(IOServices, AnIteratorKeepsWhatItFound)
 
 TEST_F(IOServices, AChangeOfTheRegistryIsSeenAtOnceEveryTime)
 {
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 20; ++i) {
         ASSERT_EQ("", machine.UnloadDriver());
         ASSERT_EQ(0, CountOfClass(kDriver)) << i;
         ASSERT_EQ("", machine.LoadDriver());
