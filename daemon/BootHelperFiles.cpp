@@ -29,10 +29,9 @@ class TVolumePath
 {
 public:
     TVolumePath(const char* volumePath, const char* relativePath)
+        : fFits(AppendText(fPath, volumePath, sizeof fPath) && EndsWithSlash() &&
+                AppendText(fPath, relativePath, sizeof fPath))
     {
-        fPath[0] = 0;
-        fFits = AppendText(fPath, volumePath, sizeof fPath) && EndsWithSlash() &&
-                AppendText(fPath, relativePath, sizeof fPath);
     }
 
     explicit operator bool() const { return fFits; }
@@ -46,8 +45,8 @@ private:
         return (length != 0 && fPath[length - 1] == '/') || AppendText(fPath, "/", sizeof fPath);
     }
 
-    char fPath[1024];
-    bool fFits;
+    char fPath[1024] = "";
+    const bool fFits;
 };
 
 // The two volumes, and what can be done from one to the other. Each operation returns whether it was done.

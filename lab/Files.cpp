@@ -124,8 +124,10 @@ std::vector<std::string> Split(const std::string& text, char separator)
 {
     std::vector<std::string> parts;
     std::size_t start = 0;
-    for (std::size_t end; (end = text.find(separator, start)) != std::string::npos; start = end + 1)
+    for (std::size_t end = text.find(separator); end != std::string::npos; end = text.find(separator, start)) {
         parts.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
     parts.push_back(text.substr(start));
     return parts;
 }

@@ -55,7 +55,7 @@ private:
     void ServeRequests();
     std::string Serve(const std::vector<std::string>& lines);
     std::string ServeStart(const std::vector<std::string>& lines);
-    std::string ServeSignal(const std::string& words);
+    static std::string ServeSignal(const std::string& words);
     void HandleSignal();
     void Reap();
     void Record(pid_t process, const std::string& state);

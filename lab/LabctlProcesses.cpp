@@ -194,7 +194,7 @@ static TAnswer Queue(const TCall& call)
     for (const lab::TEvent& event : call.machine.Queue()) {
         const std::string flag = event.flagGiven ? std::to_string(event.flag) : "auto";
         const std::string head = lab::Hexadecimal(event.head);
-        const std::string name = event.name.c_str();   // without its padding
+        const std::string name = event.name.c_str();   // NOLINT(readability-redundant-string-cstr): ends at the padding
         answer.text += "type " + std::to_string(event.type) + ", flag " + flag + ", head " + head + ", name " +
                        lab::Escape(name) + "\n";
         answer.value.items.push_back(

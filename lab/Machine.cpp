@@ -176,7 +176,7 @@ std::size_t TMachine::DroppedEvents() const
 std::string TMachine::RecordBytes(const TEvent& event, std::uint32_t flag)
 {
     std::string bytes(128, '\0');
-    std::memcpy(&bytes[0], &flag, sizeof flag);
+    std::memcpy(bytes.data(), &flag, sizeof flag);
     bytes.replace(4, std::min(event.head.size(), kHeadLength), event.head, 0, kHeadLength);
     std::memcpy(&bytes[12], &event.type, sizeof event.type);
     bytes.replace(16, std::min(event.payload.size(), kPayloadLength), event.payload, 0, kPayloadLength);

@@ -10,8 +10,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char** environ;
-
 namespace lab {
 
 static const std::string kIdleCopies = "/lab/idle";

@@ -82,7 +82,7 @@ OSErr WriteFinderInfo(const std::string& path, bool isFolder, const UInt8 info[1
     memcpy(half, info, kHalf);
     SwapFields(isFolder, half);
     std::string stored = ReadStored(path);
-    memcpy(&stored[0], half, kHalf);
+    memcpy(stored.data(), half, kHalf);
     return WriteStored(path, stored);
 }
 

@@ -75,7 +75,7 @@ static bool DecodeUTF16(const std::string& bytes, std::u16string* text)
         return false;
     text->resize(bytes.size() / 2);
     if (!text->empty())
-        memcpy(&(*text)[0], bytes.data(), bytes.size());
+        memcpy(text->data(), bytes.data(), bytes.size());
     return true;
 }
 

@@ -115,6 +115,7 @@ static std::u16string Resolved(const __CFURL* url)
 static bool BytesOfPath(const std::u16string& path, std::string* bytes)
 {
     // A NUL that the URL was made with ends the path.
+    // NOLINTNEXTLINE(readability-redundant-string-cstr)
     return PathBytes(WithoutEnd(path).c_str(), bytes);
 }
 

@@ -8,7 +8,7 @@ static const std::size_t kFinderFlagsOffset = offsetof(FileInfo, finderFlags);
 
 static UInt16 ReadFinderFlags(const FSCatalogInfo& info)
 {
-    UInt16 flags;
+    UInt16 flags = 0;
     memcpy(&flags, info.finderInfo + kFinderFlagsOffset, sizeof flags);
     return flags;
 }

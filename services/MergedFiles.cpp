@@ -41,8 +41,8 @@ static bool WriteOutput(const char* path, mode_t mode, const char* bytes, std::s
 UInt32 MergeFiles(const char* firstPath, const char* middleText, const char* secondPath, const char* outputPath,
                   mode_t mode)
 {
-    std::size_t firstSize;
-    std::size_t secondSize;
+    std::size_t firstSize = 0;
+    std::size_t secondSize = 0;
     if (!FindSize(firstPath, &firstSize) || !FindSize(secondPath, &secondSize))
         return 0;
     const std::size_t middleSize = middleText != nullptr ? strlen(middleText) : 0;

@@ -29,14 +29,14 @@ struct TImported
     std::vector<std::string> notes;   // what a person should know of how it differs from the Mac
 };
 
-// Makes the folder, where nothing may be yet.
+// Makes the machine at the place, where nothing may be yet.
 //
 // What a capture does not hold comes from the machine that ships with the nearest system, in the folder `machines`: the
 // tools and their places, the time zone, and the files of the start-up volume but for its SystemVersion.plist.
 //
 // Returns an empty text, or one line for a person that says what is wrong, with the file's name and the number of the line;
 // nothing is left behind then.
-std::string ImportMachine(const TCaptureFiles& files, const std::string& machines, const std::string& folder,
+std::string ImportMachine(const TCaptureFiles& files, const std::string& machines, const std::string& place,
                           TImported* imported);
 
 }   // namespace import

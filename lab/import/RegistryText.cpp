@@ -55,7 +55,7 @@ private:
     void ReadBlock(TNode* node);
     void ReadProperty(std::size_t column, TValue* entry);
     void SkipForeignLines(bool inTree);
-    void CheckBars(const TTree& tree) const;
+    static void CheckBars(const TTree& tree);
     static TValue Assemble(const TTree& tree, std::size_t index);
 
     std::vector<std::string> fLines;
@@ -270,7 +270,7 @@ std::vector<std::size_t> EndsOf(const TTree& tree)
 
 // Compares what is drawn before each entry and its brace with what stands behind them: a bar for each entry above, and at the
 // brace for the entry itself, which another follows on its level, and one for the entries below.
-void TTextReader::CheckBars(const TTree& tree) const
+void TTextReader::CheckBars(const TTree& tree)
 {
     const std::vector<std::size_t> ends = EndsOf(tree);
     std::vector<std::size_t> above;
