@@ -25,12 +25,12 @@ done
 
 # The same tour with a daemon that does nothing: one line at its end says what is missing.
 mkdir "$scratch/bin"
-cp build/run/bin/* "$scratch/bin" 2>/dev/null || true
-cp build/run/bin/idle "$scratch/bin/halvorixd"
-build/run/bin/labctl create leopard "$scratch/mac" >/dev/null
+cp build/native/bin/{halvorixd,halvorixevents,halvorixstatus,lab-init,labctl,stand-in,idle} "$scratch/bin"
+cp build/native/bin/idle "$scratch/bin/halvorixd"
+build/native/bin/labctl create leopard "$scratch/mac" >/dev/null
 cp -R lab/tour "$scratch/mac/tour"
 status=0
-HALVORIX_TOUR_LOOKS=3 lab/sandbox --folder "$scratch/mac" --build "$scratch" --lab-bin build/run/bin -- \
+HALVORIX_TOUR_LOOKS=3 lab/sandbox --folder "$scratch/mac" --build "$scratch" --lab-bin build/native/bin -- \
     /host/usr/bin/bash /machine/tour/tour >"$scratch/output" 2>&1 || status=$?
 [ "$status" = 1 ] || Fail "a tour of an idle daemon ended with $status"
 tail -n 1 "$scratch/output" | grep -q '^the tour ends at step 1, since this was not seen: it looks for SystemUIServer' ||
