@@ -24,6 +24,10 @@ endif()
 
 # The tests start thousands of short processes: what is not optimised at all costs them more than it saves the compiler.
 set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
+# An emulator translates what it runs each time anew: the less there is, the sooner a test begins.
+if(CMAKE_CROSSCOMPILING)
+    set(CMAKE_CXX_FLAGS_DEBUG "-Os -g1")
+endif()
 
 # Everything that is linked into one test program must be built alike.
 set(HALVORIX_SANITIZE "" CACHE STRING "sanitizers for everything, as in -fsanitize=")
