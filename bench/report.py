@@ -37,8 +37,11 @@ def targets(relay, idle, rebuild):
 
 def main():
     folder, page = sys.argv[1:3]
-    relay, idle, registry, rebuild, library = (
-        kind(folder) for kind in (figures.Relay, figures.Idle, figures.Registry, figures.Rebuild, figures.Library))
+    relay = figures.Relay(folder)
+    idle = figures.Idle(folder)
+    registry = figures.Registry(folder)
+    rebuild = figures.Rebuild(folder)
+    library = figures.Library(folder)
     plots.draw_all(folder, relay, idle, registry, rebuild)
     results = list(targets(relay, idle, rebuild))
     machine = {row["thing"]: str(row["is"]) for row in shared.read_table(os.path.join(folder, "machine.csv"))}

@@ -22,11 +22,12 @@ else()
     target_link_libraries(halvorix_product INTERFACE platform)
 endif()
 
-# The tests start thousands of short processes: what is not optimised at all costs them more than it saves the compiler.
-set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
-# An emulator translates what it runs each time anew: the less there is, the sooner a test begins.
+# The tests start thousands of short processes: what is not optimised at all costs them more than it saves the compiler. An
+# emulator translates what it runs each time anew: the less there is, the sooner a test begins.
 if(CMAKE_CROSSCOMPILING)
     set(CMAKE_CXX_FLAGS_DEBUG "-Os -g1")
+else()
+    set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
 endif()
 
 # Everything that is linked into one test program must be built alike.

@@ -168,7 +168,8 @@ std::string DateText(double moment)
 
 static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// The six bits that a character of base64 stands for, or -1 when it is none.
+// The six bits that a character of base64 stands for, or -1 when it is none. Not looked up in kAlphabet: a registry has many
+// thousands of them, and every process of a machine reads it.
 static int BitsOf(char c)
 {
     if (c >= 'A' && c <= 'Z')

@@ -266,7 +266,7 @@ bool TMarkup::ReadTag(TTag* tag)
     tag->name.assign(fText, start, fAt - start);
     if (tag->name.empty())
         return Fail("a tag has no name");
-    return Skip(">") || ReadAttributes(tag);
+    return Skip(">") || ReadAttributes(tag);   // most have a name alone
 }
 
 // What follows the name, up to the > of the tag.

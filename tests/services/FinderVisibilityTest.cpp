@@ -12,8 +12,8 @@
 #include <sys/stat.h>
 #include <vector>
 
-static const char kShownFile[] = "/tmp/folder/file";
-static const char kShownFolder[] = "/tmp/folder";
+static const char kFinderFile[] = "/tmp/folder/file";
+static const char kFinderFolder[] = "/tmp/folder";
 
 static FSRef ReferenceTo(const char* path)
 {
@@ -66,10 +66,10 @@ class FinderVisibility : public TMachineTest
 protected:
     void SetUp() override
     {
-        ASSERT_EQ(0, mkdir(kShownFolder, 0755));
-        std::ofstream{kShownFile} << "text";
-        SetModified(kShownFile, 1000000);
-        SetModified(kShownFolder, 1000000);
+        ASSERT_EQ(0, mkdir(kFinderFolder, 0755));
+        std::ofstream{kFinderFile} << "text";
+        SetModified(kFinderFile, 1000000);
+        SetModified(kFinderFolder, 1000000);
         TMachineTest::SetUp();
     }
 
@@ -86,7 +86,7 @@ protected:
     // The date that is written when the item's date and the clock are these.
     UTCDateTime DateWritten(UTCDateTime old, CFAbsoluteTime now)
     {
-        const FSRef item = ReferenceTo(kShownFile);
+        const FSRef item = ReferenceTo(kFinderFile);
         UTCDateTime written = {};
         const TCatalogEdit edit([old](TCatalogAnswer* answer) { answer->items->contentModDate = old; });
         const TFault clock("CFAbsoluteTimeGetCurrent", {static_cast<long>(now), 0});
@@ -105,19 +105,19 @@ static const UInt32 kSecondsTo2001 = 3061152000;
 
 TEST_F(FinderVisibility, TheDateBecomesNow)
 {
-    const FSRef item = ReferenceTo(kShownFile);
+    const FSRef item = ReferenceTo(kFinderFile);
     const time_t before = time(nullptr);
     EXPECT_EQ(1u, BumpDateWithFSRef(&item));
 
-    EXPECT_LE(before, ModifiedAt(kShownFile));
-    EXPECT_GE(time(nullptr), ModifiedAt(kShownFile));
-    EXPECT_EQ(1000000, ModifiedAt(kShownFolder));
+    EXPECT_LE(before, ModifiedAt(kFinderFile));
+    EXPECT_GE(time(nullptr), ModifiedAt(kFinderFile));
+    EXPECT_EQ(1000000, ModifiedAt(kFinderFolder));
 }
 
 TEST_F(FinderVisibility, AFilesFolderIsSaidToHaveChangedAndAFolderItself)
 {
-    const FSRef file = ReferenceTo(kShownFile);
-    const FSRef folder = ReferenceTo(kShownFolder);
+    const FSRef file = ReferenceTo(kFinderFile);
+    const FSRef folder = ReferenceTo(kFinderFolder);
     EXPECT_EQ(1u, BumpDateWithFSRef(&file));
     EXPECT_EQ(std::vector<std::string>{"modified 0 /private/tmp/folder"}, Notifications());
 
@@ -161,16 +161,16 @@ TEST_F(FinderVisibility, TheSecondThatIsAddedIsCarried)
 
 TEST_F(FinderVisibility, EachStepOfTheDateThatFailsEndsIt)
 {
-    const FSRef item = ReferenceTo(kShownFile);
+    const FSRef item = ReferenceTo(kFinderFile);
     for (const char* const function :
          {"FSGetCatalogInfo", "UCConvertCFAbsoluteTimeToUTCDateTime", "FSSetCatalogInfo", "FNNotify"}) {
         SCOPED_TRACE(function);
-        SetModified(kShownFile, 1000000);
+        SetModified(kFinderFile, 1000000);
         const TFault fault(function, {paramErr, 0});
         EXPECT_EQ(0u, BumpDateWithFSRef(&item));
         EXPECT_EQ(1u, fault.Reached());
         // Only a notification fails when all is done already.
-        EXPECT_EQ(strcmp(function, "FNNotify") != 0, ModifiedAt(kShownFile) == 1000000);
+        EXPECT_EQ(strcmp(function, "FNNotify") != 0, ModifiedAt(kFinderFile) == 1000000);
     }
     EXPECT_TRUE(Notifications().empty());
 }
@@ -182,10 +182,10 @@ TEST_F(FinderVisibility, HidingSetsTheFlagAndKeepsTheRest)
     finder.fileCreator = 0x74747874;   // ttxt
     finder.finderFlags = 0x0100;
     finder.location.v = 7;
-    SetFinderInfo(kShownFile, finder);
-    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kShownFile, true));
+    SetFinderInfo(kFinderFile, finder);
+    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kFinderFile, true));
 
-    const FileInfo hidden = FinderInfoOf(kShownFile);
+    const FileInfo hidden = FinderInfoOf(kFinderFile);
     EXPECT_EQ(0x4100u, hidden.finderFlags);
     EXPECT_EQ(finder.fileType, hidden.fileType);
     EXPECT_EQ(finder.fileCreator, hidden.fileCreator);
@@ -194,20 +194,20 @@ TEST_F(FinderVisibility, HidingSetsTheFlagAndKeepsTheRest)
 
 TEST_F(FinderVisibility, ShowingClearsAllOtherFlagsAndLeavesThisOneAsItIs)
 {
-    SetFinderFlags(kShownFile, 0x4100);
-    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kShownFile, false));
-    EXPECT_EQ(0x4000u, FinderInfoOf(kShownFile).finderFlags);
+    SetFinderFlags(kFinderFile, 0x4100);
+    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kFinderFile, false));
+    EXPECT_EQ(0x4000u, FinderInfoOf(kFinderFile).finderFlags);
 
-    SetFinderFlags(kShownFile, 0x0100);
-    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kShownFile, false));
-    EXPECT_EQ(0u, FinderInfoOf(kShownFile).finderFlags);
+    SetFinderFlags(kFinderFile, 0x0100);
+    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kFinderFile, false));
+    EXPECT_EQ(0u, FinderInfoOf(kFinderFile).finderFlags);
 }
 
 TEST_F(FinderVisibility, AFolderIsHiddenLikeAFile)
 {
-    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kShownFolder, true));
+    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kFinderFolder, true));
 
-    EXPECT_EQ(0x4000u, FinderInfoOf(kShownFolder).finderFlags);
+    EXPECT_EQ(0x4000u, FinderInfoOf(kFinderFolder).finderFlags);
     EXPECT_EQ(std::vector<std::string>{"modified 0 /private/tmp"}, Notifications());
 }
 
@@ -215,10 +215,10 @@ TEST_F(FinderVisibility, AFolderIsHiddenLikeAFile)
 TEST_F(FinderVisibility, TheFolderAroundWhatIsHiddenIsMarkedAsChanged)
 {
     const time_t before = time(nullptr);
-    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kShownFile, true));
+    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kFinderFile, true));
 
-    EXPECT_EQ(1000000, ModifiedAt(kShownFile));
-    EXPECT_LE(before, ModifiedAt(kShownFolder));
+    EXPECT_EQ(1000000, ModifiedAt(kFinderFile));
+    EXPECT_LE(before, ModifiedAt(kFinderFolder));
     EXPECT_EQ(std::vector<std::string>{"modified 0 /private/tmp/folder"}, Notifications());
 }
 
@@ -227,7 +227,7 @@ TEST_F(FinderVisibility, NothingButTheFinderInformationOfTheItemIsWritten)
     std::vector<long> written;
     const TCallWatch watch("FSSetCatalogInfo",
                            [&](const TCallWatch::TArguments& arguments) { written.push_back(arguments[1]); });
-    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kShownFile, true));
+    EXPECT_EQ(1u, MakeDirectoryOrFileInisible(kFinderFile, true));
 
     EXPECT_EQ((std::vector<long>{kFSCatInfoFinderInfo, kFSCatInfoContentMod}), written);
 }
@@ -237,17 +237,17 @@ TEST_F(FinderVisibility, EachStepOfHidingThatFailsEndsIt)
     EXPECT_EQ(0u, MakeDirectoryOrFileInisible("/tmp/nothing", true));
     for (const unsigned call : {1u, 2u}) {
         const TFault fault("FSGetCatalogInfo", {ioErr, 0}, call);
-        EXPECT_EQ(0u, MakeDirectoryOrFileInisible(kShownFile, true));
+        EXPECT_EQ(0u, MakeDirectoryOrFileInisible(kFinderFile, true));
     }
     {
         const TFault fault("FSSetCatalogInfo", {ioErr, 0});
-        EXPECT_EQ(0u, MakeDirectoryOrFileInisible(kShownFile, true));
+        EXPECT_EQ(0u, MakeDirectoryOrFileInisible(kFinderFile, true));
     }
-    EXPECT_EQ(0u, FinderInfoOf(kShownFile).finderFlags);
+    EXPECT_EQ(0u, FinderInfoOf(kFinderFile).finderFlags);
     EXPECT_TRUE(Notifications().empty());
 
     // The item is hidden by then; it is the folder's date that fails.
     const TFault fault("FSSetCatalogInfo", {ioErr, 0}, 2);
-    EXPECT_EQ(0u, MakeDirectoryOrFileInisible(kShownFile, true));
-    EXPECT_EQ(0x4000u, FinderInfoOf(kShownFile).finderFlags);
+    EXPECT_EQ(0u, MakeDirectoryOrFileInisible(kFinderFile, true));
+    EXPECT_EQ(0x4000u, FinderInfoOf(kFinderFile).finderFlags);
 }

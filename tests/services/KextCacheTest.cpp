@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <vector>
 
-static const char kUpdated[] = "/tmp/volume";
+static const char kUpdatedVolume[] = "/tmp/volume";
 
 // The machine runs 10.5.8 unless a test says otherwise, and so does the volume.
 class KextCache : public TMachineTest
@@ -20,35 +20,35 @@ protected:
     void SetUp() override
     {
         TMachineTest::SetUp();
-        InstallSystem(kUpdated, "10.5.8");
+        InstallSystem(kUpdatedVolume, "10.5.8");
         ASSERT_EQ("", machine.SetToolBehaviour("kextcache", "exit 0\n"));
     }
 
     UInt32 ResultFor(const std::string& behaviour)
     {
         EXPECT_EQ("", machine.SetToolBehaviour("kextcache", behaviour));
-        return UpdateAppleBootPartitionsMKextCacheForVolume(kUpdated);
+        return UpdateAppleBootPartitionsMKextCacheForVolume(kUpdatedVolume);
     }
 
     // Whether kextcache is run when these systems are installed; 1 must be returned either way.
     bool IsRunFor(const std::string& onVolume, const std::string& running)
     {
-        InstallSystem(kUpdated, onVolume);
+        InstallSystem(kUpdatedVolume, onVolume);
         InstallSystem("/", running);
         const std::size_t before = machine.ToolRuns().size();
-        EXPECT_EQ(1u, UpdateAppleBootPartitionsMKextCacheForVolume(kUpdated));
+        EXPECT_EQ(1u, UpdateAppleBootPartitionsMKextCacheForVolume(kUpdatedVolume));
         return machine.ToolRuns().size() > before;
     }
 };
 
 TEST_F(KextCache, KextcacheIsRunWithTheVolumeAndNoMore)
 {
-    EXPECT_EQ(1u, UpdateAppleBootPartitionsMKextCacheForVolume(kUpdated));
+    EXPECT_EQ(1u, UpdateAppleBootPartitionsMKextCacheForVolume(kUpdatedVolume));
 
     const std::vector<lab::TToolRun> runs = machine.ToolRuns();
     ASSERT_EQ(1u, runs.size());
     EXPECT_EQ("/usr/sbin/kextcache", runs[0].path);
-    EXPECT_EQ((std::vector<std::string>{"kextcache", "-f", "-u", kUpdated}), runs[0].arguments);
+    EXPECT_EQ((std::vector<std::string>{"kextcache", "-f", "-u", kUpdatedVolume}), runs[0].arguments);
 }
 
 TEST_F(KextCache, BothSystemsMustBe105OrLater)
@@ -84,7 +84,7 @@ TEST_F(KextCache, AMissingKextcacheLooksLikeSuccessAndNobodyIsDoubled)
 {
     ASSERT_EQ("", machine.SetToolMissing("kextcache", true));
 
-    const TReturns returns = ReturnsOf([] { return UpdateAppleBootPartitionsMKextCacheForVolume(kUpdated); });
+    const TReturns returns = ReturnsOf([] { return UpdateAppleBootPartitionsMKextCacheForVolume(kUpdatedVolume); });
     EXPECT_EQ(std::vector<long>{1}, returns.inCaller);
     EXPECT_TRUE(returns.inChild.empty());
 }
@@ -93,11 +93,11 @@ TEST_F(KextCache, WithoutAForkOrAWaitThereIsNoSuccess)
 {
     {
         const TFault fault("fork", {-1, EAGAIN});
-        EXPECT_EQ(0u, UpdateAppleBootPartitionsMKextCacheForVolume(kUpdated));
+        EXPECT_EQ(0u, UpdateAppleBootPartitionsMKextCacheForVolume(kUpdatedVolume));
     }
     {
         const TFault fault("waitpid", {-1, EINTR});
-        EXPECT_EQ(0u, UpdateAppleBootPartitionsMKextCacheForVolume(kUpdated));
+        EXPECT_EQ(0u, UpdateAppleBootPartitionsMKextCacheForVolume(kUpdatedVolume));
     }
     EXPECT_GT(waitpid(-1, nullptr, 0), 0);
 }

@@ -9,7 +9,7 @@
 #include <ApplicationServices/ApplicationServices.h>
 #include <cstring>
 
-static const char kNewcomer[] = "disk2s3";
+static const char kRAIDVolume[] = "disk2s3";
 
 // What a run of hfs.util does without.
 static const std::vector<std::string> kNotNeededOfHfsUtil = {"close", "fcntl", "setuid"};
@@ -53,7 +53,7 @@ protected:
 
 TEST_F(SweptDisks, ARAIDVolumeThatCannotBeRecognisedIsNone)
 {
-    const TScopedIOObject medium(IORegistryEntryFromPath(kIOMasterPortDefault, machine.EntryPath(kNewcomer).c_str()));
+    const TScopedIOObject medium(IORegistryEntryFromPath(kIOMasterPortDefault, machine.EntryPath(kRAIDVolume).c_str()));
     TOperation("TVolumeRegistry::HasVolumeIDProperty",
                [&] { return Text(TVolumeRegistry::HasVolumeIDProperty(medium.Get())); })
         .Gives("1")
@@ -66,7 +66,7 @@ TEST_F(SweptDisks, AnIdentityThatCannotBeReadIsNotWritten)
     TOperation("TVolumeRegistry::ReadVolumeID",
                [] {
                    UInt8 identity[kVolumeIDSize] = {'-'};
-                   const bool result = TVolumeRegistry::ReadVolumeID(kNewcomer, identity);
+                   const bool result = TVolumeRegistry::ReadVolumeID(kRAIDVolume, identity);
                    return Text(result) + " " + static_cast<char>(identity[0]);
                })
         .Gives("1 A")
@@ -78,7 +78,7 @@ TEST_F(SweptDisks, AnIdentityThatCannotBeReadIsNotWritten)
 
 TEST_F(SweptDisks, AnIdentityThatCannotBeRenewedIsReported)
 {
-    TOperation("TVolumeRegistry::ResetVolumeID", [] { return Text(TVolumeRegistry::ResetVolumeID(kNewcomer)); })
+    TOperation("TVolumeRegistry::ResetVolumeID", [] { return Text(TVolumeRegistry::ResetVolumeID(kRAIDVolume)); })
         .Gives("1")
         .GivesOnFailure("0")
         .DespiteFailureOf(kNotNeededOfHfsUtil)
@@ -89,12 +89,12 @@ TEST_F(SweptDisks, AnIdentityThatCannotBeRenewedIsReported)
 TEST_F(SweptDisks, ADiskThatAppearsIsNotRecordedWhateverFails)
 {
     const TScopedCFType session(DASessionCreate(kCFAllocatorDefault));
-    const TScopedCFType disk(DADiskCreateFromBSDName(kCFAllocatorDefault, session.Get(), kNewcomer));
-    const auto removeRecord = [this] { Registry().RemoveRecordForBSDName(kNewcomer); };
+    const TScopedCFType disk(DADiskCreateFromBSDName(kCFAllocatorDefault, session.Get(), kRAIDVolume));
+    const auto removeRecord = [this] { Registry().RemoveRecordForBSDName(kRAIDVolume); };
     TOperation("THXDaemonTool::DiskAppeared",
                [&] {
                    tool.DiskAppeared(disk.Get());
-                   return Records({kNewcomer}) + "recorded";
+                   return Records({kRAIDVolume}) + "recorded";
                })
         .After(removeRecord)
         .Gives("disk2s3=A recorded, left 1 block")
@@ -108,14 +108,14 @@ TEST_F(SweptDisks, ADiskThatAppearsIsNotRecordedWhateverFails)
 TEST_F(SweptDisks, ADiskThatDisappearsStaysRecordedWithoutMemoryForTheRest)
 {
     const TScopedCFType session(DASessionCreate(kCFAllocatorDefault));
-    const TScopedCFType disk(DADiskCreateFromBSDName(kCFAllocatorDefault, session.Get(), kNewcomer));
+    const TScopedCFType disk(DADiskCreateFromBSDName(kCFAllocatorDefault, session.Get(), kRAIDVolume));
     TOperation("THXDaemonTool::DiskDisappeared",
                [&] {
                    tool.DiskDisappeared(disk.Get());
-                   return Records({kNewcomer, "disk9"}) + "recorded";
+                   return Records({kRAIDVolume, "disk9"}) + "recorded";
                })
         .After([this] {
-            Registry().SetVolumeIDForBSDName(kNewcomer, Identity('A'));
+            Registry().SetVolumeIDForBSDName(kRAIDVolume, Identity('A'));
             Registry().SetVolumeIDForBSDName("disk9", Identity('B'));
         })
         .Gives("disk9=B recorded, left 1 block")
@@ -125,14 +125,14 @@ TEST_F(SweptDisks, ADiskThatDisappearsStaysRecordedWithoutMemoryForTheRest)
 
 TEST_F(SweptDisks, ANewcomerWithAnothersIdentityIsNotRecordedWhateverFails)
 {
-    const TScopedIOObject medium(IORegistryEntryFromPath(kIOMasterPortDefault, machine.EntryPath(kNewcomer).c_str()));
+    const TScopedIOObject medium(IORegistryEntryFromPath(kIOMasterPortDefault, machine.EntryPath(kRAIDVolume).c_str()));
     TOperation("TVolumeRegistry::VolumeAppeared, twice the same identity",
                [&] {
-                   Registry().VolumeAppeared(kNewcomer, medium.Get());
-                   return Records({"disk9", kNewcomer}) + "recorded";
+                   Registry().VolumeAppeared(kRAIDVolume, medium.Get());
+                   return Records({"disk9", kRAIDVolume}) + "recorded";
                })
         .After([this] {
-            Registry().RemoveRecordForBSDName(kNewcomer);
+            Registry().RemoveRecordForBSDName(kRAIDVolume);
             UInt8 identity[kVolumeIDSize] = {};
             memcpy(identity, "ABCDEF", 6);
             Registry().SetVolumeIDForBSDName("disk9", identity);
@@ -153,10 +153,10 @@ TEST_F(SweptDisks, ARecordWithoutMemoryIsNotAdded)
 {
     TOperation("TVolumeRegistry::SetVolumeIDForBSDName",
                [this] {
-                   Registry().SetVolumeIDForBSDName(kNewcomer, Identity('A'));
-                   return Records({kNewcomer}) + "recorded";
+                   Registry().SetVolumeIDForBSDName(kRAIDVolume, Identity('A'));
+                   return Records({kRAIDVolume}) + "recorded";
                })
-        .After([this] { Registry().RemoveRecordForBSDName(kNewcomer); })
+        .After([this] { Registry().RemoveRecordForBSDName(kRAIDVolume); })
         .Gives("disk2s3=A recorded, left 1 block")
         .GivesOnFailure("recorded")
         .Sweep();
