@@ -10,8 +10,6 @@ using plist::TValue;
 
 namespace lab {
 
-static const char* const kIdentifier = "IORegistryEntryID";
-
 static std::string NoSuchEntry(const std::string& name)
 {
     return "no entry of the I/O Registry has the BSD name or the name \"" + name + "\"";
@@ -46,7 +44,7 @@ static std::string Change(const std::string& folder, const std::function<const T
     const TValue* const entry = find(registry);
     if (!entry)
         return missing;
-    const std::string error = registry.ChangeProperty(NumberOf(*entry, kIdentifier), key, value);
+    const std::string error = registry.ChangeProperty(NumberOf(*entry, kIdentifierKey), key, value);
     return error.empty() ? registry.Save() : error;
 }
 
@@ -88,7 +86,7 @@ std::string TMachine::RemoveDeviceTreeProperty(const std::string& path, const st
 // The path below `entry` of the entry with this identifier, "" for itself. Returns false when it is not there.
 static bool FindPath(const TValue& entry, long long identifier, std::string* path)
 {
-    if (NumberOf(entry, kIdentifier) == identifier)
+    if (NumberOf(entry, kIdentifierKey) == identifier)
         return true;
     for (const TValue& child : ChildrenOf(entry)) {
         const std::size_t length = path->size();
@@ -107,7 +105,8 @@ std::string TMachine::EntryPath(const std::string& entry) const
     const TFoundEntry found = registry.FindNamed(entry);
     const std::vector<TValue>& computers = ChildrenOf(registry.Root());
     std::string path;
-    if (!found.entry || computers.empty() || !FindPath(computers.front(), NumberOf(*found.entry, kIdentifier), &path))
+    if (!found.entry || computers.empty() ||
+        !FindPath(computers.front(), NumberOf(*found.entry, kIdentifierKey), &path))
         return "";
     return "IOService:" + (path.empty() ? "/" : path);
 }

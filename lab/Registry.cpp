@@ -11,7 +11,6 @@ using plist::TValue;
 namespace lab {
 
 static const char* const kChildren = "IORegistryEntryChildren";
-static const char* const kIdentifier = "IORegistryEntryID";
 static const char* const kLocation = "IORegistryEntryLocation";
 static const char* const kName = "IORegistryEntryName";
 
@@ -148,12 +147,13 @@ TFoundEntry TRegistry::FindNamed(const std::string& name)
 
 TValue* TRegistry::WithIdentifier(long long identifier)
 {
-    return Find([&](const TValue& entry) { return NumberOf(entry, kIdentifier) == identifier; }).entry;
+    return Find([&](const TValue& entry) { return NumberOf(entry, kIdentifierKey) == identifier; }).entry;
 }
 
 TValue* TRegistry::InDeviceTree(long long identifier)
 {
-    return FindIn(&fDeviceTree, [&](const TValue& entry) { return NumberOf(entry, kIdentifier) == identifier; }).entry;
+    return FindIn(&fDeviceTree, [&](const TValue& entry) { return NumberOf(entry, kIdentifierKey) == identifier; })
+        .entry;
 }
 
 // The child with this name and location, or null.
@@ -181,7 +181,7 @@ TValue* TRegistry::AtDeviceTreePath(const std::string& path)
 
 std::string TRegistry::ChangeProperty(long long identifier, const std::string& key, const TValue* value)
 {
-    if (key == kChildren || key == kIdentifier || key == kName || key == kLocation || key == "IOObjectClass")
+    if (key == kChildren || key == kIdentifierKey || key == kName || key == kLocation || key == "IOObjectClass")
         return key + " is no property of an entry but makes up the tree";
     bool found = value != nullptr;
     for (TValue* const entry : {WithIdentifier(identifier), InDeviceTree(identifier)}) {
@@ -208,7 +208,7 @@ std::vector<std::string> TRegistry::MediumNames()
 
 void TRegistry::GiveIdentifiers(TValue* entry)
 {
-    entry->Set(kIdentifier, TValue::Integer(fNextIdentifier++));
+    entry->Set(kIdentifierKey, TValue::Integer(fNextIdentifier++));
     TValue* const children = entry->Find(kChildren);
     for (std::size_t i = 0; children && i < children->items.size(); ++i)
         GiveIdentifiers(&children->items[i]);
@@ -224,9 +224,9 @@ void TRegistry::Add(TValue* parent, TValue entry)
 
 void TRegistry::RemoveFromDeviceTree(const TValue& entry)
 {
-    const long long identifier = NumberOf(entry, kIdentifier);
-    const TFoundEntry found =
-        FindIn(&fDeviceTree, [&](const TValue& candidate) { return NumberOf(candidate, kIdentifier) == identifier; });
+    const long long identifier = NumberOf(entry, kIdentifierKey);
+    const TFoundEntry found = FindIn(
+        &fDeviceTree, [&](const TValue& candidate) { return NumberOf(candidate, kIdentifierKey) == identifier; });
     if (found.parent) {
         std::vector<TValue>& children = found.parent->Find(kChildren)->items;
         children.erase(children.begin() + static_cast<std::ptrdiff_t>(found.index));

@@ -11,6 +11,9 @@
 
 namespace lab {
 
+// The key of the number that an entry has in the IOService plane.
+inline constexpr char kIdentifierKey[] = "IORegistryEntryID";
+
 // An entry and where it hangs. Pointers hold until its tree is changed.
 struct TFoundEntry
 {

@@ -16,7 +16,7 @@
 namespace platform {
 
 // What a reference's bytes hold. Host, order and widths are this process's: a reference goes nowhere else.
-struct TReference
+struct TFileReference
 {
     UInt32 mark;   // tells a reference from bytes that are none
     SInt32 volume;
@@ -24,7 +24,7 @@ struct TReference
     std::uint64_t inode;
     std::uint64_t path;   // its place in the table of paths
 };
-static_assert(sizeof(TReference) <= sizeof(FSRef::hidden));
+static_assert(sizeof(TFileReference) <= sizeof(FSRef::hidden));
 
 static const UInt32 kMark = 0x46537266;
 
@@ -62,7 +62,7 @@ static bool PathAt(std::uint64_t place, std::string* path)
     return true;
 }
 
-static bool Read(const FSRef* ref, TReference* reference)
+static bool Read(const FSRef* ref, TFileReference* reference)
 {
     if (ref == nullptr)
         return false;
@@ -106,7 +106,7 @@ OSErr LookAt(const std::string& path, FSVolumeRefNum volume, TItem* item)
 
 OSErr Find(const FSRef* ref, TItem* item)
 {
-    TReference reference;
+    TFileReference reference;
     std::string path;
     if (!Read(ref, &reference) || !PathAt(reference.path, &path))
         return errFSBadFSRef;
@@ -122,7 +122,7 @@ OSErr Find(const FSRef* ref, TItem* item)
 
 FSRef ReferenceTo(const TItem& item)
 {
-    TReference reference = {};
+    TFileReference reference = {};
     reference.mark = kMark;
     reference.volume = item.volume;
     reference.device = item.device;
@@ -212,8 +212,8 @@ OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 size)
 
 OSErr FSCompareFSRefs(const FSRef* one, const FSRef* other)
 {
-    TReference first;
-    TReference second;
+    TFileReference first;
+    TFileReference second;
     if (!Read(one, &first) || !Read(other, &second))
         return errFSBadFSRef;
     if (first.volume != second.volume)

@@ -13,7 +13,6 @@ using plist::TValue;
 namespace import {
 
 static const char* const kChildren = "IORegistryEntryChildren";
-static const char* const kIdentifier = "IORegistryEntryID";
 
 // As later systems count: the numbers do not fit 32 bits.
 static constexpr long long kFirstIdentifier = 0x100000100;
@@ -46,7 +45,7 @@ static std::string Signature(const TValue& entry)
 static bool AllHaveIdentifiers(const std::vector<TValue*>& entries)
 {
     return std::all_of(entries.begin(), entries.end(),
-                       [](const TValue* entry) { return lab::NumberOf(*entry, kIdentifier) > 0; });
+                       [](const TValue* entry) { return lab::NumberOf(*entry, lab::kIdentifierKey) > 0; });
 }
 
 long long GiveIdentifiers(TValue* services, TValue* deviceTree)
@@ -61,7 +60,7 @@ long long GiveIdentifiers(TValue* services, TValue* deviceTree)
     if (AllHaveIdentifiers(inServices) && AllHaveIdentifiers(inTree)) {
         for (const auto* const entries : {&inServices, &inTree}) {
             for (const TValue* const entry : *entries)
-                next = std::max(next, lab::NumberOf(*entry, kIdentifier) + 1);
+                next = std::max(next, lab::NumberOf(*entry, lab::kIdentifierKey) + 1);
         }
         return next;
     }
@@ -69,16 +68,16 @@ long long GiveIdentifiers(TValue* services, TValue* deviceTree)
     std::map<std::string, std::vector<long long>> waiting;
     for (TValue* const entry : inServices) {
         waiting[Signature(*entry)].push_back(next);
-        entry->Set(kIdentifier, TValue::Integer(next++));
+        entry->Set(lab::kIdentifierKey, TValue::Integer(next++));
     }
     for (auto& alike : waiting)
         std::reverse(alike.second.begin(), alike.second.end());
     for (TValue* const entry : inTree) {
         std::vector<long long>& partners = waiting[Signature(*entry)];
         const bool isRoot = entry == deviceTree;
-        entry->Set(kIdentifier, TValue::Integer(isRoot             ? kFirstIdentifier
-                                                : partners.empty() ? next++
-                                                                   : partners.back()));
+        entry->Set(lab::kIdentifierKey, TValue::Integer(isRoot             ? kFirstIdentifier
+                                                        : partners.empty() ? next++
+                                                                           : partners.back()));
         if (!isRoot && !partners.empty())
             partners.pop_back();
     }

@@ -117,7 +117,7 @@ void TTextReader::ReadState(const std::string& text, TNode* node)
 
     const std::size_t identifier = text.find(", id 0x");
     if (identifier != std::string::npos)
-        node->entry.Set("IORegistryEntryID", TValue::Integer(std::strtoll(text.c_str() + identifier + 7, nullptr, 16)));
+        node->entry.Set(lab::kIdentifierKey, TValue::Integer(std::strtoll(text.c_str() + identifier + 7, nullptr, 16)));
     if (text.find(", retain") != std::string::npos && text.find("registered, ") == std::string::npos)
         fCapture.plainClasses.push_back(chain.back());
 }
