@@ -83,30 +83,15 @@ std::string TMachine::RemoveDeviceTreeProperty(const std::string& path, const st
     return ChangeAtPath(fFolder, path, key, nullptr);
 }
 
-// The path below `entry` of the entry with this identifier, "" for itself. Returns false when it is not there.
-static bool FindPath(const TValue& entry, long long identifier, std::string* path)
-{
-    if (NumberOf(entry, kIdentifierKey) == identifier)
-        return true;
-    for (const TValue& child : ChildrenOf(entry)) {
-        const std::size_t length = path->size();
-        *path += "/" + NameWithLocation(child);
-        if (FindPath(child, identifier, path))
-            return true;
-        path->resize(length);
-    }
-    return false;
-}
-
 std::string TMachine::EntryPath(const std::string& entry) const
 {
     const TFileLock lock(fFolder + "/lock");
     TRegistry registry(fFolder);
     const TFoundEntry found = registry.FindNamed(entry);
     const std::vector<TValue>& computers = ChildrenOf(registry.Root());
+    const auto isFound = [&found](const TValue& candidate) { return &candidate == found.entry; };
     std::string path;
-    if (!found.entry || computers.empty() ||
-        !FindPath(computers.front(), NumberOf(*found.entry, kIdentifierKey), &path))
+    if (!found.entry || computers.empty() || !AppendPath(computers.front(), isFound, &path))
         return "";
     return "IOService:" + (path.empty() ? "/" : path);
 }

@@ -21,29 +21,15 @@ static std::string InventedNode(const std::string& bsdName)
     return "disk@" + unit + ":" + (slice == std::string::npos ? "0" : bsdName.substr(slice + 1));
 }
 
-// The path below `entry` of the medium with this name. Returns false when it is not there.
-static bool FindPath(const TValue& entry, const std::string& bsdName, std::string* path)
-{
-    if (TextOf(entry, "BSD Name") == bsdName)
-        return true;
-    for (const TValue& child : ChildrenOf(entry)) {
-        const std::size_t length = path->size();
-        *path += "/" + NameWithLocation(child);
-        if (FindPath(child, bsdName, path))
-            return true;
-        path->resize(length);
-    }
-    return false;
-}
-
 std::string OpenFirmwarePath(const TMachine& machine, const std::string& bsdName)
 {
     TRegistry registry(machine.Folder());
     if (bsdName.empty() || !registry.FindMedium(bsdName).entry)
         return "";
     const TValue* const top = registry.AtDeviceTreePath("/");
+    const auto isMedium = [&bsdName](const TValue& entry) { return TextOf(entry, "BSD Name") == bsdName; };
     std::string path;
-    return top && FindPath(*top, bsdName, &path) ? path : "/" + InventedNode(bsdName);
+    return top && AppendPath(*top, isMedium, &path) ? path : "/" + InventedNode(bsdName);
 }
 
 // The text of a property of the device tree, which may be bytes that end with a zero.

@@ -70,6 +70,20 @@ std::string NameWithLocation(const TValue& entry)
     return TextOf(entry, kName) + (location.empty() ? "" : "@" + location);
 }
 
+bool AppendPath(const TValue& entry, const std::function<bool(const TValue&)>& condition, std::string* path)
+{
+    if (condition(entry))
+        return true;
+    for (const TValue& child : ChildrenOf(entry)) {
+        const std::size_t length = path->size();
+        *path += "/" + NameWithLocation(child);
+        if (AppendPath(child, condition, path))
+            return true;
+        path->resize(length);
+    }
+    return false;
+}
+
 bool RemoveKey(TValue* dictionary, const std::string& key)
 {
     for (auto entry = dictionary->entries.begin(); entry != dictionary->entries.end(); ++entry) {

@@ -90,6 +90,11 @@ const std::vector<plist::TValue>& ChildrenOf(const plist::TValue& entry);
 // Its name in its plane with its location: "k2-sata@0", "/", "@0:3".
 std::string NameWithLocation(const plist::TValue& entry);
 
+// Appends the path from the entry to the first one, itself or below it, for which the condition holds: "" for itself,
+// "/pci@f4000000/ata-6@D". Returns false, with nothing appended, when there is none.
+bool AppendPath(const plist::TValue& entry, const std::function<bool(const plist::TValue&)>& condition,
+                std::string* path);
+
 // Takes the key out of a dictionary. Returns whether it was there.
 bool RemoveKey(plist::TValue* dictionary, const std::string& key);
 
