@@ -184,10 +184,7 @@ TEST_F(LocalUser, AProcessOfTheDaemonsNameTakesTheSignalThatIsForAnOlderInstance
     EXPECT_TRUE(older.IsRunning()) << "both ask the driver now, and each event reaches the clients of one of them";
     EXPECT_TRUE(newer.IsRunning());
     TListener listener;
-    EXPECT_TRUE(WaitUntil([&] {
-        machine.PostEvents({lab::TEvent()});
-        return !listener.Receive().empty();
-    })) << "who connects now is the newer one's";
+    EXPECT_TRUE(HearsEvents(machine, &listener)) << "who connects now is the newer one's";
 }
 
 TEST_F(LocalUser, NoNameOfAProcessPassesForALineOfItsOwn)

@@ -120,8 +120,7 @@ TEST_F(StartUp, AnInstanceWithAnArgumentLeavesARunningOneAlone)
     EXPECT_EQ("exited 1", RunToEnd(DaemonCommand({"help"}), nullptr, nullptr));
     EXPECT_EQ("exited 1", RunToEnd(DaemonCommand({"foo"}), nullptr, nullptr));
 
-    ASSERT_EQ("", machine.PostEvents({lab::TEvent()}));
-    EXPECT_TRUE(listener.WaitForBytes(128));
+    EXPECT_TRUE(HearsEvents(machine, &listener));
     EXPECT_TRUE(daemon.IsRunning());
 }
 
@@ -162,8 +161,7 @@ TEST_F(StartUp, ASecondInstanceEndsTheFirstAndTakesOver)
     EXPECT_TRUE(WaitUntil([&firstListener] { return firstListener.Receive().empty() && firstListener.AtEnd(); }));
     ASSERT_TRUE(WaitForEventSocket());
     TListener secondListener;
-    ASSERT_EQ("", machine.PostEvents({lab::TEvent()}));
-    EXPECT_TRUE(secondListener.WaitForBytes(128));
+    EXPECT_TRUE(HearsEvents(machine, &secondListener));
     EXPECT_TRUE(second.IsRunning());
 }
 
@@ -283,9 +281,7 @@ TEST_F(FailingStartUp, WithoutADiskArbitrationSessionEventsStillFlow)
     TRunningProgram daemon(FaultyDaemonCommand(), {"HALVORIX_FAULTS=DASessionCreate 1 1 0 0"});
     ASSERT_TRUE(WaitForEventSocket());
     TListener listener;
-    ASSERT_EQ("", machine.PostEvents({lab::TEvent()}));
-
-    EXPECT_TRUE(listener.WaitForBytes(128));
+    EXPECT_TRUE(HearsEvents(machine, &listener));
     EXPECT_TRUE(daemon.IsRunning());
 }
 
@@ -294,9 +290,7 @@ TEST_F(FailingStartUp, ARunLoopThatReturnsLeavesTheDaemonRunning)
     TRunningProgram daemon(FaultyDaemonCommand(), {"HALVORIX_FAULTS=CFRunLoopRun 1 1 0 0"});
     ASSERT_TRUE(WaitForEventSocket());
     TListener listener;
-    ASSERT_EQ("", machine.PostEvents({lab::TEvent()}));
-
-    EXPECT_TRUE(listener.WaitForBytes(128));
+    EXPECT_TRUE(HearsEvents(machine, &listener));
     daemon.Signal(SIGTERM);
     EXPECT_EQ("exited 0", daemon.WaitForEnd());
 }

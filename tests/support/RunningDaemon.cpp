@@ -169,3 +169,13 @@ void TListener::Leave()
         close(fSocket);
     fSocket = -1;
 }
+
+bool HearsEvents(lab::TMachine& machine, TListener* listener)
+{
+    return WaitUntil([&] {
+        if (machine.WaitingEvents() == 0) {
+            EXPECT_EQ("", machine.PostEvents({lab::TEvent()}));
+        }
+        return !listener->Receive().empty();
+    });
+}

@@ -81,4 +81,8 @@ private:
     std::string fReceived;
 };
 
+// Whether what the driver tells reaches the client. Events are posted until one does, since one that is fetched before the daemon
+// has taken the client in is not kept for it.
+bool HearsEvents(lab::TMachine& machine, TListener* listener);
+
 #endif
