@@ -81,11 +81,7 @@ std::map<std::string, TThreadUse> ThreadUseOf(pid_t process)
 
 void THostileClientsTest::SetUp()
 {
-    TMachineTest::SetUp();
-    StartLoginSession(machine);
-    daemon = std::make_unique<TRunningProgram>(Command(), Environment());
-    ASSERT_TRUE(WaitForEventSocket());
-    ASSERT_TRUE(WaitForDisks(machine, Process()));
+    ASSERT_NO_FATAL_FAILURE(TRunningDaemonTest::SetUp());
     ASSERT_NO_FATAL_FAILURE(SettleWithWitness());
 }
 
@@ -107,12 +103,9 @@ void THostileClientsTest::TearDown()
         EXPECT_TRUE(daemon->IsRunning()) << daemon->Errors();
         Relay(2);
         EXPECT_TRUE(WaitUntil([this] { return Held() == fHeldBefore; })) << Held() << ", and before " << fHeldBefore;
-        EndDaemon(daemon.get());
-        EXPECT_EQ("", daemon->Output() + daemon->Errors());
     }
-    daemon.reset();
     witness.reset();
-    TMachineTest::TearDown();
+    TRunningDaemonTest::TearDown();
 }
 
 std::string THostileClientsTest::Post(unsigned count)

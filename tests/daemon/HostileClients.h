@@ -3,8 +3,7 @@
 #ifndef HALVORIX_TESTS_DAEMON_HOSTILECLIENTS_H
 #define HALVORIX_TESTS_DAEMON_HOSTILECLIENTS_H
 
-#include "tests/support/MachineTest.h"
-#include "tests/support/RunningDaemon.h"
+#include "tests/support/RunningDaemonTest.h"
 
 #include <map>
 #include <memory>
@@ -49,13 +48,9 @@ struct TThreadUse
 // The threads of a process, by their numbers.
 std::map<std::string, TThreadUse> ThreadUseOf(pid_t process);
 
-class THostileClientsTest : public TMachineTest
+class THostileClientsTest : public TRunningDaemonTest
 {
 protected:
-    // Whoever wants another daemon says how it is started.
-    virtual std::vector<std::string> Command() const { return DaemonCommand(); }
-    virtual std::vector<std::string> Environment() const { return {}; }
-
     void SetUp() override;
 
     // Everybody but the witness has left, and the daemon holds what it held before they came; a test that ended it has
@@ -87,7 +82,6 @@ protected:
 
     pid_t Process() const { return daemon->Process(); }
 
-    std::unique_ptr<TRunningProgram> daemon;
     std::unique_ptr<TListener> witness;
     std::string posted;   // what the witness is to receive
 

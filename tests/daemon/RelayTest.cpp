@@ -1,8 +1,7 @@
 // The daemon's main job from end to end: records leave the driver and arrive at every client.
 
-#include "tests/support/MachineTest.h"
 #include "tests/support/ProcessFigures.h"
-#include "tests/support/RunningDaemon.h"
+#include "tests/support/RunningDaemonTest.h"
 
 #include <algorithm>
 #include <csignal>
@@ -26,31 +25,9 @@ static std::vector<std::string> SocatCommand()
     return {"/host/usr/bin/socat", "socat", "-u", std::string("UNIX-CONNECT:") + kEventSocket, "-"};
 }
 
-class Relay : public TMachineTest
+class Relay : public TRunningDaemonTest
 {
 protected:
-    void SetUp() override
-    {
-        TMachineTest::SetUp();
-        StartLoginSession(machine);
-        daemon = std::make_unique<TRunningProgram>(Command(), Environment());
-        ASSERT_TRUE(WaitForEventSocket());
-        ASSERT_TRUE(WaitForDisks(machine, daemon->Process()));
-    }
-
-    virtual std::vector<std::string> Command() const { return DaemonCommand(); }
-
-    // What the daemon's environment holds beside the machine's own.
-    virtual std::vector<std::string> Environment() const { return {}; }
-
-    void TearDown() override
-    {
-        EndDaemon(daemon.get());
-        EXPECT_EQ("", daemon->Output() + daemon->Errors());
-        daemon.reset();
-        TMachineTest::TearDown();
-    }
-
     // What the daemon holds between two fetches, once it has dropped clients that have gone and looked at disks that came:
     // the fewest descriptors of many looks, since a look may fall into a fetch. While a driver's disks are still being looked
     // at it may be one more.
@@ -67,8 +44,6 @@ protected:
         });
         return fewest;
     }
-
-    std::unique_ptr<TRunningProgram> daemon;
 };
 
 TEST_F(Relay, AListenerThatNobodyHereWroteGetsTheExactBytes)

@@ -1,32 +1,14 @@
 // Which locks the daemon's threads hold at once, watched in the daemon while it does everything that it does.
 
-#include "tests/support/MachineTest.h"
-#include "tests/support/RunningDaemon.h"
+#include "tests/support/RunningDaemonTest.h"
 
-#include <csignal>
-#include <memory>
-
-class Locks : public TMachineTest
+class Locks : public TRunningDaemonTest
 {
 protected:
-    void SetUp() override
-    {
-        TMachineTest::SetUp();
-        StartLoginSession(machine);
-        daemon =
-            std::make_unique<TRunningProgram>(FaultyDaemonCommand(), std::vector<std::string>{"HALVORIX_TELL_LOCKS=1"});
-        ASSERT_TRUE(WaitForEventSocket());
-        ASSERT_TRUE(WaitForDisks(machine, daemon->Process()));
-    }
+    Locks() { mayPrint = true; }   // which locks are used
 
-    void TearDown() override
-    {
-        EXPECT_TRUE(daemon->IsRunning()) << daemon->Errors();
-        daemon->Signal(SIGTERM);
-        EXPECT_EQ("exited 0", daemon->WaitForEnd());
-        daemon.reset();
-        TMachineTest::TearDown();
-    }
+    std::vector<std::string> Command() const override { return FaultyDaemonCommand(); }
+    std::vector<std::string> Environment() const override { return {"HALVORIX_TELL_LOCKS=1"}; }
 
     // Posts events of these types about the RAID volume and waits until the clients that listen have the last of them.
     void Handle(const std::vector<std::int32_t>& types, TListener& listener)
@@ -42,8 +24,6 @@ protected:
         ASSERT_EQ("", machine.PostEvents(events));
         ASSERT_TRUE(listener.WaitForBytes(bytes));
     }
-
-    std::unique_ptr<TRunningProgram> daemon;
 };
 
 TEST_F(Locks, NoThreadEverHoldsTwo)

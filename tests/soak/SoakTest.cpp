@@ -9,9 +9,8 @@
 #include "tests/soak/SoakClients.h"
 #include "tests/soak/SoakDisks.h"
 #include "tests/soak/SoakTools.h"
-#include "tests/support/MachineTest.h"
 #include "tests/support/ProcessFigures.h"
-#include "tests/support/RunningDaemon.h"
+#include "tests/support/RunningDaemonTest.h"
 
 #include <algorithm>
 #include <chrono>
@@ -65,18 +64,15 @@ static constexpr unsigned kChancesABatch = 150;
 
 static constexpr const char* kChecker = "HALVORIX_SOAK_CHECKER";
 
-class Soak : public TMachineTest
+class Soak : public TRunningDaemonTest
 {
 protected:
     using TClock = std::chrono::steady_clock;
 
     void SetUp() override
     {
-        TMachineTest::SetUp();
-        StartLoginSession(machine);
-        daemon = std::make_unique<TRunningProgram>(Command(), Environment());
-        ASSERT_TRUE(WaitForEventSocket());
-        ASSERT_TRUE(WaitForDisks(machine, daemon->Process()));
+        mayPrint = true;   // so do the tools that are made to fail
+        ASSERT_NO_FATAL_FAILURE(TRunningDaemonTest::SetUp());
         ASSERT_TRUE(WaitUntil([this] { return HelpersAreUnmounted(); }));
         clients = std::make_unique<TSoakClients>(seed, random);
     }
@@ -84,13 +80,11 @@ protected:
     void TearDown() override
     {
         clients.reset();
-        EndDaemon(daemon.get());
-        daemon.reset();
-        TMachineTest::TearDown();
+        TRunningDaemonTest::TearDown();
     }
 
     // The daemon, or a checker that runs it and writes its reports where they stand when the machine is gone.
-    static std::vector<std::string> Command()
+    std::vector<std::string> Command() const override
     {
         if (!IsChecked())
             return DaemonCommand();
@@ -102,7 +96,7 @@ protected:
                 "/usr/local/sbin/halvorixd"};
     }
 
-    static std::vector<std::string> Environment()
+    std::vector<std::string> Environment() const override
     {
         if (IsChecked())
             return {"VALGRIND_LIB=/host/usr/libexec/valgrind"};
@@ -148,7 +142,6 @@ protected:
     // How long it is to last; 0: as short as it can be.
     const double seconds = static_cast<double>(NumberFromEnvironment("HALVORIX_SOAK_SECONDS", 0));
     const std::uint64_t seed = NumberFromEnvironment("HALVORIX_SOAK_SEED", 4711);
-    std::unique_ptr<TRunningProgram> daemon;
     std::unique_ptr<TSoakClients> clients;
     TSoakDisks disks{machine, random};
     TSoakTools tools{machine, random};
