@@ -22,5 +22,5 @@ as_ordinary_user() {
 seen=$(as_ordinary_user "$copy/lab/sandbox" --build "$copy/build/native" -- /host/usr/bin/id -u)
 [ "$seen" = 0 ] || { echo "uid $seen inside"; exit 1; }
 
-as_ordinary_user "$copy/lab/run-test" "$copy/build/native" "$copy/build/native/bin/daemon-tests" \
+as_ordinary_user "$copy/lab/run-test" "$copy/build/native" "$copy/build/native/bin/daemon-relay-tests" \
     --gtest_filter='Relay.TypesUpTo2AndNegativeOnesReachNobody'
